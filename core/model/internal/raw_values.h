@@ -1,0 +1,19 @@
+// The enumerations of the model are stored and sent by their raw strings.
+// fromRawValue gives the value of T (a class with all() and raw()) whose raw
+// string is `raw`, so each enumeration keeps one table and nothing more.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+namespace brindlemoor::internal {
+
+template <class T>
+std::optional<T> fromRawValue(std::string_view raw) {
+  for (T value : T::all()) {
+    if (value.raw() == raw) return value;
+  }
+  return std::nullopt;
+}
+
+}  // namespace brindlemoor::internal

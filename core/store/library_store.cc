@@ -1,0 +1,477 @@
+#include "core/store/library_store.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <system_error>
+#include <unordered_map>
+
+#include "core/model/text.h"
+#include "core/store/internal/fts_query.h"
+#include "core/store/internal/rows.h"
+#include "core/store/internal/schema.h"
+
+namespace brindlemoor {
+namespace {
+
+using Value = Database::Value;
+
+constexpr std::string_view kDatabaseFile = "library.sqlite";
+
+void createDirectory(const std::filesystem::path& path, std::filesystem::perms permissions) {
+  std::error_code error;
+  if (std::filesystem::is_directory(path, error)) return;
+  std::filesystem::create_directories(path.parent_path(), error);
+  if (!error && ::mkdir(path.c_str(), static_cast<mode_t>(permissions)) != 0 && errno != EEXIST) {
+    error = std::error_code(errno, std::generic_category());
+  }
+  if (error || !std::filesystem::is_directory(path)) {
+    throw LibraryStore::Failure("Cannot create the folder " + path.string() + ": " +
+                                (error ? error.message() : "a file stands in its place"));
+  }
+}
+
+// Makes the directory and its folders, and gives the database's path: the
+// folders must stand before the database is opened beside them.
+std::filesystem::path prepareRoot(const std::filesystem::path& root) {
+  using std::filesystem::perms;
+  createDirectory(root, perms::owner_all);
+  for (const char* folder : {"captures", "thumbs", "media"}) {
+    createDirectory(root / folder, perms::owner_all | perms::group_read | perms::group_exec |
+                                       perms::others_read | perms::others_exec);
+  }
+  return root / kDatabaseFile;
+}
+
+std::string idPath(std::string_view folder, std::string_view id, std::string_view suffix) {
+  std::string path(folder);
+  path += '/';
+  path += id;
+  path += suffix;
+  return path;
+}
+
+std::int64_t firstCount(const std::vector<Database::Row>& rows) {
+  if (rows.empty()) return 0;
+  return rows.front()["n"].intValue().value_or(0);
+}
+
+}  // namespace
+
+LibraryStore::LibraryStore(std::filesystem::path root)
+    : m_root(std::move(root)), m_db(prepareRoot(m_root)) {
+  migrate();
+}
+
+std::filesystem::path LibraryStore::defaultRoot() {
+  const char* dataHome = std::getenv("XDG_DATA_HOME");
+  if (dataHome && *dataHome == '/') return std::filesystem::path(dataHome) / "Brindlemoor";
+  const char* home = std::getenv("HOME");
+  return std::filesystem::path(home ? home : "") / ".local/share/Brindlemoor";
+}
+
+std::filesystem::path LibraryStore::imageURL(std::string_view id) const {
+  return m_root / idPath("captures", id, ".png");
+}
+
+std::filesystem::path LibraryStore::thumbURL(std::string_view id) const {
+  return m_root / idPath("thumbs", id, ".jpg");
+}
+
+std::filesystem::path LibraryStore::sheetURL(std::string_view id) const {
+  return m_root / idPath("media", id, "-sheet.jpg");
+}
+
+std::filesystem::path LibraryStore::imageURL(const Capture& capture) const {
+  return capture.imageFile ? m_root / *capture.imageFile : imageURL(capture.id);
+}
+
+std::optional<std::filesystem::path> LibraryStore::originalURL(const Capture& capture) const {
+  if (!capture.originalFile) return std::nullopt;
+  return m_root / *capture.originalFile;
+}
+
+void LibraryStore::migrate() {
+  const std::int64_t version = m_db.userVersion();
+  if (version >= schemaVersion) return;
+  m_db.transaction([&] {
+    if (version <= 0) m_db.execute(internal::kSchemaVersion1);
+    m_db.execute(internal::kSchemaVersion2);
+    m_db.setUserVersion(schemaVersion);
+  });
+}
+
+// --- The pipeline's writes ---
+
+void LibraryStore::insert(const Capture& c) {
+  m_db.transaction([&] {
+    m_db.run(
+        "INSERT INTO captures (id, created_at, app, bundle_id, window_title, url, document_path, "
+        "source, width, height, stage, note, favorite, media, duration, taken_at, image_file, "
+        "original_file) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
+        {c.id, secondsSince1970(c.createdAt), c.app, Value::sqlValue(c.bundleID), c.windowTitle,
+         Value::sqlValue(c.url), Value::sqlValue(c.documentPath), c.sourceName(), c.width, c.height,
+         c.stage.raw(), Value::sqlValue(c.note), c.favorite ? 1 : 0, c.media.raw(),
+         c.duration ? Value(*c.duration) : Value(),
+         c.takenAt ? Value(secondsSince1970(*c.takenAt)) : Value(), Value::sqlValue(c.imageFile),
+         Value::sqlValue(c.originalFile)});
+    writeTextRow(c.id);  // a new id has no full-text row to remove
+  });
+}
+
+// The full-text table can find a row quickly only by its rowid, and `id` is
+// an unindexed column, so matching on it reads every row. Each capture's
+// full-text row therefore takes the capture's own rowid, and is removed by
+// that rowid with its id checked. A row found elsewhere (a library whose
+// rowids were renumbered by a VACUUM) is still found by the slow match.
+void LibraryStore::removeTextRow(std::string_view id) {
+  const auto removed = m_db.run(
+      "DELETE FROM captures_fts WHERE rowid = (SELECT rowid FROM captures WHERE id = ?) AND id = ?",
+      {id, id});
+  if (removed == 0) m_db.run("DELETE FROM captures_fts WHERE id = ?", {id});
+}
+
+void LibraryStore::writeTextRow(std::string_view id) {
+  // Where the capture's rowid is taken by another capture's row, SQLite
+  // picks a free one.
+  m_db.run(
+      "INSERT INTO captures_fts (rowid, id, title, summary, ocr, note, tags, source) "
+      "SELECT CASE WHEN EXISTS (SELECT 1 FROM captures_fts WHERE rowid = c.rowid) THEN NULL "
+      "ELSE c.rowid END, c.id, coalesce(c.title, '') || ' ' || c.window_title, "
+      "coalesce(c.summary, ''), coalesce(c.ocr_text, '') || ' ' || coalesce(c.transcript, ''), "
+      "coalesce(c.note, ''), "
+      "coalesce((SELECT group_concat(tag, ' ') FROM capture_tags WHERE capture_id = c.id), ''), "
+      "c.source || ' ' || c.app FROM captures c WHERE c.id = ?",
+      {id});
+}
+
+void LibraryStore::reindex(std::string_view id) {
+  removeTextRow(id);
+  writeTextRow(id);
+}
+
+void LibraryStore::setRead(std::string_view id, std::string_view ocrText,
+                           const std::optional<std::string>& transcript) {
+  m_db.transaction([&] {
+    m_db.run(
+        "UPDATE captures SET ocr_text = ?, transcript = ?, stage = ?, attempts = 0, "
+        "last_error = NULL WHERE id = ?",
+        {ocrText, Value::sqlValue(transcript), CaptureStage(CaptureStage::read).raw(), id});
+    reindex(id);
+  });
+}
+
+void LibraryStore::setDescribed(std::string_view id, const CaptureDescription& d) {
+  m_db.transaction([&] {
+    m_db.run(
+        "UPDATE captures SET title = ?, summary = ?, kind = ?, highlights = ?, links = ?, "
+        "stage = ?, attempts = 0, last_error = NULL WHERE id = ?",
+        {d.title, d.summary, d.kind.raw(), internal::jsonFromStrings(d.highlights),
+         internal::jsonFromStrings(d.links), CaptureStage(CaptureStage::described).raw(), id});
+    writeTags(id, d.tags);
+    reindex(id);
+  });
+}
+
+void LibraryStore::setEmbedding(std::string_view id, std::string_view model,
+                                const std::map<VectorSpace, std::vector<float>>& vectors) {
+  m_db.transaction([&] {
+    for (const auto& [space, vector] : vectors) {
+      m_db.run(
+          "INSERT OR REPLACE INTO vectors (capture_id, space, model, dim, vector) "
+          "VALUES (?, ?, ?, ?, ?)",
+          {id, space.raw(), model, static_cast<std::int64_t>(vector.size()),
+           internal::blobFromFloats(vector)});
+    }
+    m_db.run("UPDATE captures SET stage = ?, attempts = 0, last_error = NULL WHERE id = ?",
+             {CaptureStage(CaptureStage::embedded).raw(), id});
+  });
+}
+
+void LibraryStore::recordFailure(std::string_view id, std::string_view error, double retryAfter,
+                                 Date now) {
+  m_db.run(
+      "UPDATE captures SET attempts = attempts + 1, last_error = ?, next_attempt_at = ? "
+      "WHERE id = ?",
+      {error, secondsSince1970(now) + retryAfter, id});
+}
+
+void LibraryStore::deleteCapture(std::string_view id) {
+  const std::optional<Capture> found = capture(id);
+  m_db.transaction([&] {
+    removeTextRow(id);
+    m_db.run("DELETE FROM captures WHERE id = ?", {id});
+  });
+  std::vector<std::filesystem::path> files{imageURL(id), thumbURL(id), sheetURL(id)};
+  if (found) {
+    files.push_back(imageURL(*found));
+    if (auto original = originalURL(*found)) files.push_back(*original);
+  }
+  for (const auto& file : files) {
+    std::error_code ignored;  // a file already gone, or kept by the system, stays out of the way
+    std::filesystem::remove(file, ignored);
+  }
+}
+
+// --- Reads ---
+
+std::vector<Capture> LibraryStore::listing(std::string_view condition,
+                                           std::vector<Database::Value> args, std::int64_t limit,
+                                           std::string_view order) {
+  std::string sql =
+      "SELECT c.*, (SELECT group_concat(tag, char(31)) FROM capture_tags "
+      "WHERE capture_id = c.id) AS tag_list FROM captures c WHERE ";
+  sql += condition;
+  sql += " ORDER BY ";
+  sql += order;
+  sql += " LIMIT ?";
+  args.emplace_back(limit);
+  std::vector<Capture> result;
+  for (const auto& row : m_db.query(sql, args)) result.push_back(internal::captureFromRow(row));
+  return result;
+}
+
+std::optional<Capture> LibraryStore::capture(std::string_view id) {
+  auto found = listing("c.id = ?", {id}, 1, "c.created_at DESC");
+  if (found.empty()) return std::nullopt;
+  return std::move(found.front());
+}
+
+std::vector<Capture> LibraryStore::captures(std::int64_t limit, const LibraryFilter& filter) {
+  struct Condition {
+    std::string_view sql;
+    std::vector<Value> args;
+  };
+  const Condition condition = std::visit(
+      [](const auto& c) -> Condition {
+        using F = std::decay_t<decltype(c)>;
+        if constexpr (std::is_same_v<F, LibraryFilter::Collection>) {
+          return {"c.collection_id = ?", {c.id}};
+        } else if constexpr (std::is_same_v<F, LibraryFilter::Kind>) {
+          return {"c.kind = ?", {c.kind.raw()}};
+        } else if constexpr (std::is_same_v<F, LibraryFilter::Source>) {
+          return {"c.source = ?", {c.name}};
+        } else if constexpr (std::is_same_v<F, LibraryFilter::Since>) {
+          return {"c.created_at >= ?", {secondsSince1970(c.date)}};
+        } else if constexpr (std::is_same_v<F, LibraryFilter::Media>) {
+          return {"c.media = ?", {c.media.raw()}};
+        } else if constexpr (std::is_same_v<F, LibraryFilter::Recent>) {
+          return {"1", {}};
+        } else if constexpr (std::is_same_v<F, LibraryFilter::Favorites>) {
+          return {"c.favorite = 1", {}};
+        } else {
+          return {"c.collection_id IS NULL", {}};
+        }
+      },
+      filter.value());
+  return listing(condition.sql, condition.args, limit, "c.created_at DESC");
+}
+
+std::vector<Capture> LibraryStore::captures(const std::vector<std::string>& ids) {
+  if (ids.empty()) return {};
+  std::string condition = "c.id IN (";
+  std::vector<Value> args;
+  for (const auto& id : ids) {
+    condition += args.empty() ? "?" : ", ?";
+    args.emplace_back(id);
+  }
+  condition += ")";
+  std::unordered_map<std::string, Capture> byID;
+  for (auto& capture : listing(condition, std::move(args), static_cast<std::int64_t>(ids.size()),
+                               "c.created_at DESC")) {
+    std::string id = capture.id;
+    byID.emplace(std::move(id), std::move(capture));
+  }
+  std::vector<Capture> result;
+  for (const auto& id : ids) {
+    if (auto found = byID.find(id); found != byID.end()) result.push_back(found->second);
+  }
+  return result;
+}
+
+std::vector<Capture> LibraryStore::pending(Date now, std::int64_t limit) {
+  return listing("c.stage != ? AND c.next_attempt_at <= ?",
+                 {CaptureStage(CaptureStage::organized).raw(), secondsSince1970(now)}, limit,
+                 "c.created_at ASC");
+}
+
+std::vector<CaptureCollection> LibraryStore::collections() {
+  std::vector<CaptureCollection> result;
+  for (const auto& row :
+       m_db.query("SELECT c.*, (SELECT count(*) FROM captures WHERE collection_id = c.id) AS n "
+                  "FROM collections c ORDER BY c.updated_at DESC")) {
+    result.push_back(internal::collectionFromRow(row));
+  }
+  return result;
+}
+
+std::optional<std::vector<float>> LibraryStore::vector(std::string_view id, VectorSpace space) {
+  const auto rows = m_db.query("SELECT vector FROM vectors WHERE capture_id = ? AND space = ?",
+                               {id, space.raw()});
+  if (rows.empty()) return std::nullopt;
+  const Bytes* blob = rows.front()["vector"].blobValue();
+  if (!blob) return std::nullopt;
+  return internal::floatsFromBlob(*blob);
+}
+
+std::vector<LibraryStore::IdVector> LibraryStore::vectors(std::string_view model,
+                                                          VectorSpace space) {
+  std::vector<IdVector> result;
+  for (const auto& row :
+       m_db.query("SELECT capture_id, vector FROM vectors WHERE model = ? AND space = ?",
+                  {model, space.raw()})) {
+    const std::string* id = row["capture_id"].textValue();
+    const Bytes* blob = row["vector"].blobValue();
+    if (id && blob) result.push_back({*id, internal::floatsFromBlob(*blob)});
+  }
+  return result;
+}
+
+std::vector<LibraryStore::TextHit> LibraryStore::textSearch(std::string_view query,
+                                                            std::int64_t limit) {
+  const std::string expression = internal::ftsQuery(query);
+  if (expression.empty()) return {};
+  std::vector<TextHit> result;
+  for (const auto& row :
+       m_db.query("SELECT id, bm25(captures_fts) AS r FROM captures_fts WHERE captures_fts MATCH ? "
+                  "ORDER BY r LIMIT ?",
+                  {expression, limit})) {
+    if (const std::string* id = row["id"].textValue()) {
+      result.push_back({*id, row["r"].doubleValue().value_or(0)});
+    }
+  }
+  return result;
+}
+
+std::vector<std::pair<CaptureKind, std::int64_t>> LibraryStore::kindCounts() {
+  std::vector<std::pair<CaptureKind, std::int64_t>> result;
+  for (const auto& row :
+       m_db.query("SELECT kind, count(*) AS n FROM captures WHERE kind IS NOT NULL GROUP BY kind "
+                  "ORDER BY n DESC")) {
+    const std::string* raw = row["kind"].textValue();
+    if (auto kind = raw ? CaptureKind::fromRaw(*raw) : std::nullopt) {
+      result.emplace_back(*kind, row["n"].intValue().value_or(0));
+    }
+  }
+  return result;
+}
+
+std::map<CaptureMedia, std::int64_t> LibraryStore::mediaCounts() {
+  std::map<CaptureMedia, std::int64_t> result;
+  for (const auto& row : m_db.query("SELECT media, count(*) AS n FROM captures GROUP BY media")) {
+    const std::string* raw = row["media"].textValue();
+    if (auto media = raw ? CaptureMedia::fromRaw(*raw) : std::nullopt) {
+      result[*media] = row["n"].intValue().value_or(0);
+    }
+  }
+  return result;
+}
+
+std::vector<std::pair<std::string, std::int64_t>> LibraryStore::sourceCounts(std::int64_t limit) {
+  std::vector<std::pair<std::string, std::int64_t>> result;
+  for (const auto& row : m_db.query(
+           "SELECT source, count(*) AS n FROM captures WHERE source != '' AND media = 'screen' "
+           "GROUP BY source ORDER BY n DESC, source LIMIT ?",
+           {limit})) {
+    if (const std::string* source = row["source"].textValue()) {
+      result.emplace_back(*source, row["n"].intValue().value_or(0));
+    }
+  }
+  return result;
+}
+
+std::int64_t LibraryStore::count() {
+  return firstCount(m_db.query("SELECT count(*) AS n FROM captures"));
+}
+
+std::int64_t LibraryStore::count(Date since) {
+  return firstCount(m_db.query("SELECT count(*) AS n FROM captures WHERE created_at >= ?",
+                               {secondsSince1970(since)}));
+}
+
+// --- Small writes ---
+
+void LibraryStore::writeTags(std::string_view id, const std::vector<std::string>& tags) {
+  m_db.run("DELETE FROM capture_tags WHERE capture_id = ?", {id});
+  std::vector<std::string> written;
+  for (const auto& tag : tags) {
+    std::string normal = normalizedTag(tag);
+    if (normal.empty() || std::find(written.begin(), written.end(), normal) != written.end()) {
+      continue;
+    }
+    m_db.run("INSERT INTO capture_tags (capture_id, tag) VALUES (?, ?)", {id, normal});
+    written.push_back(std::move(normal));
+  }
+}
+
+void LibraryStore::setTags(std::string_view id, const std::vector<std::string>& tags) {
+  m_db.transaction([&] {
+    writeTags(id, tags);
+    reindex(id);
+  });
+}
+
+void LibraryStore::setNote(std::string_view id, const std::optional<std::string>& note) {
+  std::optional<std::string> kept;
+  if (note) {
+    if (std::string trimmed = Text::trimmed(*note); !trimmed.empty()) kept = std::move(trimmed);
+  }
+  m_db.transaction([&] {
+    m_db.run("UPDATE captures SET note = ? WHERE id = ?", {Value::sqlValue(kept), id});
+    reindex(id);
+  });
+}
+
+void LibraryStore::setFavorite(std::string_view id, bool favorite) {
+  m_db.run("UPDATE captures SET favorite = ? WHERE id = ?", {favorite ? 1 : 0, id});
+}
+
+void LibraryStore::moveCapture(std::string_view id,
+                               const std::optional<std::string>& collectionID) {
+  m_db.run("UPDATE captures SET collection_id = ? WHERE id = ?",
+           {Value::sqlValue(collectionID), id});
+}
+
+void LibraryStore::setCollection(std::string_view id,
+                                 const std::optional<std::string>& collectionID) {
+  m_db.run(
+      "UPDATE captures SET collection_id = ?, stage = ?, attempts = 0, last_error = NULL "
+      "WHERE id = ?",
+      {Value::sqlValue(collectionID), CaptureStage(CaptureStage::organized).raw(), id});
+}
+
+void LibraryStore::insertCollection(const CaptureCollection& c) {
+  m_db.run(
+      "INSERT INTO collections (id, name, emoji, created_at, updated_at, named_at_count, "
+      "user_named) VALUES (?, ?, ?, ?, ?, ?, ?)",
+      {c.id, c.name, c.emoji, secondsSince1970(c.createdAt), secondsSince1970(c.updatedAt),
+       c.namedAtCount, c.userNamed ? 1 : 0});
+}
+
+void LibraryStore::renameCollection(std::string_view id, std::string_view name,
+                                    std::string_view emoji, std::int64_t namedAtCount,
+                                    bool byUser) {
+  m_db.run(
+      "UPDATE collections SET name = ?, emoji = ?, named_at_count = ?, updated_at = ?, "
+      "user_named = CASE WHEN ? THEN 1 ELSE user_named END WHERE id = ?",
+      {name, emoji, namedAtCount, secondsSince1970(now()), byUser ? 1 : 0, id});
+}
+
+void LibraryStore::touchCollection(std::string_view id) {
+  m_db.run("UPDATE collections SET updated_at = ? WHERE id = ?", {secondsSince1970(now()), id});
+}
+
+void LibraryStore::dropEmptyCollections() {
+  m_db.run(
+      "DELETE FROM collections WHERE id NOT IN "
+      "(SELECT collection_id FROM captures WHERE collection_id IS NOT NULL)");
+}
+
+std::string LibraryStore::normalizedTag(std::string_view tag) {
+  return Text::lowercased(Text::trimmed(tag, U"#"));
+}
+
+}  // namespace brindlemoor

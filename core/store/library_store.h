@@ -1,0 +1,163 @@
+// LibraryStore owns one library directory: the SQLite database
+// "library.sqlite" beside the folders "captures", "thumbs" and "media" of
+// picture files. It is the only code in Brindlemoor that speaks SQL.
+//
+// Thread rules: one connection per store, opened with full mutex, so every
+// operation is safe from any thread and synchronous; there is no lock of ours
+// above SQLite. Several stores (in this process or others) may stand on one
+// root: the write-ahead log keeps readers and the writer apart, and every
+// multi-statement write is one "BEGIN IMMEDIATE" transaction.
+//
+// Failures: every operation throws Database::Failure when a statement fails;
+// the constructor also throws LibraryStore::Failure when the directory can't
+// be made. A write to an id that doesn't exist changes nothing and reports
+// nothing.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "core/model/capture.h"
+#include "core/model/capture_collection.h"
+#include "core/model/capture_description.h"
+#include "core/model/failure.h"
+#include "core/model/library_filter.h"
+#include "core/model/vector_space.h"
+#include "core/store/database.h"
+
+namespace brindlemoor {
+
+class LibraryStore {
+ public:
+  // The library directory, or one of its folders, can't be created.
+  class Failure : public brindlemoor::Failure {
+   public:
+    using brindlemoor::Failure::Failure;
+  };
+
+  // A vector of one capture, as read for comparison in memory.
+  struct IdVector {
+    std::string id;
+    std::vector<float> vector;
+  };
+  // A full-text match; lower ranks are better matches.
+  struct TextHit {
+    std::string id;
+    double rank = 0;
+  };
+
+  static constexpr std::int64_t schemaVersion = 2;
+
+  // Opens the library at `root`, creating the directory (mode 0700: it holds
+  // pictures of the user's screen), its folders and the database as needed,
+  // and migrates the schema to `schemaVersion` in one transaction, so a failed
+  // migration leaves the old version whole. A database of a later version is
+  // opened as it is. Throws Failure or Database::Failure, naming the path.
+  explicit LibraryStore(std::filesystem::path root);
+
+  // $XDG_DATA_HOME/Brindlemoor, or ~/.local/share/Brindlemoor.
+  static std::filesystem::path defaultRoot();
+
+  const std::filesystem::path& root() const { return m_root; }
+
+  // Where a capture's files lie. imageURL(id) is the full picture of a screen
+  // capture and the default image of any capture without `imageFile`.
+  std::filesystem::path imageURL(std::string_view id) const;
+  std::filesystem::path thumbURL(std::string_view id) const;
+  std::filesystem::path sheetURL(std::string_view id) const;
+  std::filesystem::path imageURL(const Capture& capture) const;
+  std::optional<std::filesystem::path> originalURL(const Capture& capture) const;
+
+  // --- The pipeline's writes ---
+
+  // Stores a new capture with its full-text row. Only the fields a new capture
+  // has are written; the model's fields, tags and note keep their defaults.
+  void insert(const Capture& capture);
+  // Stage `read`, with the text read from the picture and any transcript.
+  void setRead(std::string_view id, std::string_view ocrText,
+               const std::optional<std::string>& transcript);
+  // Stage `described`, replacing the tags with the description's.
+  void setDescribed(std::string_view id, const CaptureDescription& description);
+  // Stage `embedded`; a vector already stored for a space is replaced.
+  void setEmbedding(std::string_view id, std::string_view model,
+                    const std::map<VectorSpace, std::vector<float>>& vectors);
+  // Counts a failure and sets the words and the earliest retry, now +
+  // retryAfter seconds. The stage stays.
+  void recordFailure(std::string_view id, std::string_view error, double retryAfter, Date now);
+  // Removes the capture's row, tags, vectors and full-text row, then its
+  // files; a file that can't be removed is left. The collection stays, however
+  // empty. An unknown id removes nothing from the database and throws nothing.
+  void deleteCapture(std::string_view id);
+
+  // --- Reads ---
+
+  std::optional<Capture> capture(std::string_view id);
+  // The newest first.
+  std::vector<Capture> captures(std::int64_t limit, const LibraryFilter& filter);
+  // In the order of `ids`, unknown ids skipped, a repeated id repeated.
+  std::vector<Capture> captures(const std::vector<std::string>& ids);
+  // Captures not yet organized whose retry time has come, the oldest first.
+  std::vector<Capture> pending(Date now, std::int64_t limit);
+  // With their counts; the most recently touched first.
+  std::vector<CaptureCollection> collections();
+  // The stored vector, whichever model made it.
+  std::optional<std::vector<float>> vector(std::string_view id, VectorSpace space);
+  // Every vector of one space made by `model`, in one statement.
+  std::vector<IdVector> vectors(std::string_view model, VectorSpace space);
+  // Full-text matches of a user's words, the best first. Every word must
+  // match a token's prefix in some column; stopwords and punctuation are
+  // dropped, and a query of nothing else gives nothing without a query.
+  std::vector<TextHit> textSearch(std::string_view query, std::int64_t limit);
+  // Known kinds with their counts, the largest first.
+  std::vector<std::pair<CaptureKind, std::int64_t>> kindCounts();
+  // Media that have captures, with their counts.
+  std::map<CaptureMedia, std::int64_t> mediaCounts();
+  // Sources of screen captures with their counts, the largest first, ties by
+  // name.
+  std::vector<std::pair<std::string, std::int64_t>> sourceCounts(std::int64_t limit);
+  std::int64_t count();
+  std::int64_t count(Date since);
+
+  // --- Small writes ---
+
+  // Replaces the tags, normalised and without duplicates.
+  void setTags(std::string_view id, const std::vector<std::string>& tags);
+  // Trimmed; an absent or blank note is stored as none.
+  void setNote(std::string_view id, const std::optional<std::string>& note);
+  void setFavorite(std::string_view id, bool favorite);
+  // Files or unfiles a capture; the stage isn't touched.
+  void moveCapture(std::string_view id, const std::optional<std::string>& collectionID);
+  // Files a capture and so ends its pipeline: stage `organized`.
+  void setCollection(std::string_view id, const std::optional<std::string>& collectionID);
+  void insertCollection(const CaptureCollection& collection);
+  // Renames and brings the collection to the top. A rename by the user marks
+  // it user-named for good; an automatic one can't clear that.
+  void renameCollection(std::string_view id, std::string_view name, std::string_view emoji,
+                        std::int64_t namedAtCount, bool byUser);
+  void touchCollection(std::string_view id);
+  void dropEmptyCollections();
+
+  // A tag as stored: trimmed of white space and "#" at both ends, lower case.
+  static std::string normalizedTag(std::string_view tag);
+
+ private:
+  void migrate();
+  void reindex(std::string_view id);
+  void removeTextRow(std::string_view id);
+  void writeTextRow(std::string_view id);
+  void writeTags(std::string_view id, const std::vector<std::string>& tags);
+  std::vector<Capture> listing(std::string_view condition, std::vector<Database::Value> args,
+                               std::int64_t limit, std::string_view order);
+  std::int64_t countOf(std::string_view sql, Database::Arguments args);
+
+  std::filesystem::path m_root;
+  Database m_db;
+};
+
+}  // namespace brindlemoor

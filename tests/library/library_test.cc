@@ -1,0 +1,140 @@
+#include "core/library/library.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+
+#include "core/library/files.h"
+#include "tests/testing/sample_captures.h"
+#include "tests/testing/temp_dir.h"
+
+namespace brindlemoor {
+namespace {
+
+using testing::sampleCapture;
+using testing::sampleID;
+
+Bytes fileBytes(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(file), {});
+}
+
+// A library whose pipeline files every capture as unsorted, as the last
+// stage does, and counts the onChange calls.
+class LibraryEdits : public ::testing::Test {
+ protected:
+  LibraryEdits() {
+    m_library.setOnChange([this] { ++m_changes; });
+  }
+  LibraryStore& store() { return m_library.store(); }
+
+  testing::TempDir m_dir;
+  Library m_library{
+      std::make_unique<LibraryStore>(m_dir.path()), "vision", "embedding",
+      [this](const Capture& c) { m_library.store().setCollection(c.id, std::nullopt); }};
+  std::atomic<int> m_changes = 0;
+};
+
+TEST_F(LibraryEdits, KeepWritesFilesThenRowAndWakesThePipeline) {
+  const Bytes png{0x89, 'P', 'N', 'G'};
+  const Bytes thumbnail{0xff, 0xd8, 0xff};
+  m_library.keep(sampleCapture(1, 10), png, thumbnail);
+  EXPECT_EQ(m_changes, 1);
+  EXPECT_EQ(fileBytes(store().imageURL(sampleID(1))), png);
+  EXPECT_EQ(fileBytes(store().thumbURL(sampleID(1))), thumbnail);
+  m_library.work();
+  EXPECT_EQ(store().capture(sampleID(1))->stage, CaptureStage::organized);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_dir.path() / "captures"), {}), 1)
+      << "no temporary file is left behind";
+}
+
+TEST_F(LibraryEdits, AFailedKeepWritesNoRow) {
+  std::filesystem::remove(m_dir.path() / "thumbs");
+  std::ofstream(m_dir.path() / "thumbs") << "in the way";
+  EXPECT_THROW(m_library.keep(sampleCapture(1, 10), {1}, {2}), Files::Failure);
+  EXPECT_FALSE(store().capture(sampleID(1)));
+  EXPECT_TRUE(std::filesystem::exists(store().imageURL(sampleID(1)))) << "files before it stay";
+  EXPECT_EQ(m_changes, 0);
+
+  std::filesystem::remove(m_dir.path() / "thumbs");
+  std::filesystem::create_directory(m_dir.path() / "thumbs");
+  m_library.keep(sampleCapture(2, 10), {1}, {2});
+  EXPECT_THROW(m_library.keep(sampleCapture(2, 10), {1}, {2}), Database::Failure)
+      << "an id kept twice";
+}
+
+TEST_F(LibraryEdits, KeepImportedWritesEveryFileAndCopiesTheOriginal) {
+  Capture video = sampleCapture(1, 10);
+  video.media = CaptureMedia::video;
+  video.imageFile = "media/" + video.id + ".jpg";
+  video.originalFile = "media/" + video.id + "-original.mp4";
+  const auto original = m_dir.path() / "clip.MP4";
+  std::ofstream(original) << "movie bytes";
+  std::ofstream(m_dir.path() / *video.originalFile) << "stale";
+  m_library.keepImported({video, {1, 2}, {3}, Bytes{4, 5}}, original);
+  EXPECT_EQ(fileBytes(store().imageURL(video)), (Bytes{1, 2}));
+  EXPECT_EQ(fileBytes(store().thumbURL(video.id)), Bytes{3});
+  EXPECT_EQ(fileBytes(store().sheetURL(video.id)), (Bytes{4, 5}));
+  EXPECT_EQ(fileBytes(*store().originalURL(video)), fileBytes(original));
+  EXPECT_EQ(m_changes, 1);
+  m_library.work();
+  video.stage = CaptureStage::organized;
+  EXPECT_EQ(store().capture(video.id), video);
+
+  Capture photo = sampleCapture(2, 10);
+  photo.originalFile = "media/" + photo.id + "-original.jpg";
+  EXPECT_THROW(m_library.keepImported({photo, {1}, {2}, std::nullopt}, m_dir.path() / "gone.jpg"),
+               Files::Failure);
+  EXPECT_FALSE(store().capture(photo.id));
+}
+
+TEST_F(LibraryEdits, EveryEditEndsInOneChangeEvenWhenItFails) {
+  m_library.keep(sampleCapture(1, 10), {1}, {2});
+  m_library.work();
+  m_changes = 0;
+  m_library.setNote(sampleID(1), "  a note ");
+  m_library.setFavorite(sampleID(1), true);
+  m_library.setTags(sampleID(1), {"A", "a"});
+  m_library.setTags(sampleID(9), {"fails on the foreign key"});
+  m_library.deleteCapture(sampleID(9));
+  m_library.renameCollection("unknown", "Name", "🙂");
+  EXPECT_EQ(m_changes, 6);
+  const auto capture = store().capture(sampleID(1));
+  EXPECT_EQ(capture->note, "a note");
+  EXPECT_TRUE(capture->favorite);
+  EXPECT_EQ(capture->tags, std::vector<std::string>{"a"});
+  EXPECT_EQ(capture->stage, CaptureStage::organized) << "edits never move a stage";
+  EXPECT_TRUE(store().collections().empty());
+}
+
+TEST_F(LibraryEdits, MovingOrDeletingTheLastCaptureDropsItsCollection) {
+  for (int n = 1; n <= 2; ++n) m_library.keep(sampleCapture(n, n), {1}, {2});
+  m_library.work();  // the pipeline files them first, so it can't undo the moves
+  store().insertCollection({"c1", "One", "", dateFromSeconds(1), dateFromSeconds(1), 0, 0, false});
+  store().insertCollection({"c2", "Two", "", dateFromSeconds(1), dateFromSeconds(1), 0, 0, false});
+  store().moveCapture(sampleID(1), "c1");
+  store().moveCapture(sampleID(2), "c2");
+  ASSERT_EQ(store().collections().size(), 2u);
+
+  m_library.move(sampleID(1), std::nullopt);
+  EXPECT_EQ(store().collections().size(), 1u);
+  EXPECT_FALSE(store().capture(sampleID(1))->collectionID);
+  m_library.renameCollection("c2", "Mine", "🍋");
+  const auto renamed = store().collections().front();
+  EXPECT_TRUE(renamed.userNamed);
+  EXPECT_EQ(renamed.namedAtCount, 1);
+  m_library.deleteCapture(sampleID(2));
+  EXPECT_TRUE(store().collections().empty());
+  EXPECT_FALSE(std::filesystem::exists(store().imageURL(sampleID(2))));
+}
+
+TEST_F(LibraryEdits, TheVisionModelCanChange) {
+  EXPECT_EQ(m_library.visionModel(), "vision");
+  m_library.setVisionModel("other");
+  EXPECT_EQ(m_library.visionModel(), "other");
+  EXPECT_EQ(m_library.embeddingModel(), "embedding");
+}
+
+}  // namespace
+}  // namespace brindlemoor

@@ -9,14 +9,21 @@ function(bm_library name)
   target_link_libraries(brindlemoor_${name} PUBLIC ${ARG_DEPS})
 endfunction()
 
-# bm_test(SOURCE DEPS ...) makes one test executable from one test file and
-# registers its tests with CTest; the executable is named after the file.
+# bm_test(SOURCE [READS_TEXT] DEPS ...) makes one test executable from one
+# test file and registers its tests with CTest; the executable is named after
+# the file. READS_TEXT runs the tests with OMP_THREAD_LIMIT=1: text
+# recognition's OpenMP threads make it several times slower, and the limit
+# must be in the environment before the process starts.
 function(bm_test source)
-  cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
+  cmake_parse_arguments(ARG "READS_TEXT" "" "DEPS" ${ARGN})
   get_filename_component(name ${source} NAME_WE)
   add_executable(${name} ${source})
   target_link_libraries(${name} PRIVATE ${ARG_DEPS} brindlemoor::testing GTest::gtest GTest::gtest_main)
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60)
+  set(environment "")
+  if(ARG_READS_TEXT)
+    set(environment PROPERTIES ENVIRONMENT OMP_THREAD_LIMIT=1)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 ${environment})
 endfunction()
 
 # bm_benchmark(SOURCE DEPS ...) makes one Google Benchmark executable.

@@ -1,0 +1,447 @@
+#include "core/understanding/ollama_client.h"
+
+#include <arpa/inet.h>
+#include <curl/curl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <exception>
+#include <limits>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "core/understanding/base64.h"
+#include "core/understanding/untrusted_json.h"
+#include "core/understanding/utf8.h"
+#include "core/understanding/vector_math.h"
+
+namespace brindlemoor {
+
+using nlohmann::json;
+
+namespace {
+
+// The most of a reply body we hold. Replies to generate and embed are a few
+// hundred kilobytes at most; this leaves room for very long lists of inputs.
+constexpr std::size_t kMaxReplyBytes = std::size_t{64} << 20;
+constexpr const char* kMaxReplyWords = "reply larger than 64 MiB";
+// The most of one line of a pull stream we hold; the daemon's lines are tiny.
+constexpr std::size_t kMaxPullLineBytes = std::size_t{1} << 20;
+
+constexpr double kVersionTimeout = 3;
+constexpr double kModelsTimeout = 5;
+constexpr double kPullTimeout = 3600;
+
+// ---- The daemon's address ----
+
+std::string_view trimmed(std::string_view s, std::string_view characters) {
+  const std::size_t first = s.find_first_not_of(characters);
+  if (first == std::string_view::npos) return {};
+  return s.substr(first, s.find_last_not_of(characters) - first + 1);
+}
+
+// Go's net.SplitHostPort: "host:port" or "[v6]:port"; false without a port.
+bool splitHostPort(std::string_view hostport, std::string& host, std::string& port) {
+  std::size_t colon;
+  if (hostport.starts_with('[')) {
+    const std::size_t close = hostport.find(']');
+    if (close == std::string_view::npos || close + 1 >= hostport.size() ||
+        hostport[close + 1] != ':')
+      return false;
+    host = hostport.substr(1, close - 1);
+    colon = close + 1;
+  } else {
+    colon = hostport.rfind(':');
+    if (colon == std::string_view::npos) return false;
+    host = hostport.substr(0, colon);
+    if (host.find(':') != std::string::npos) return false;
+  }
+  port = hostport.substr(colon + 1);
+  return true;
+}
+
+// A numeric address in its canonical spelling, or nothing for a name.
+std::optional<std::string> canonicalAddress(std::string_view text) {
+  const std::string address(text);
+  for (const int family : {AF_INET, AF_INET6}) {
+    unsigned char binary[sizeof(in6_addr)];
+    char spelled[INET6_ADDRSTRLEN];
+    if (inet_pton(family, address.c_str(), binary) == 1 &&
+        inet_ntop(family, binary, spelled, sizeof spelled) != nullptr)
+      return std::string(spelled);
+  }
+  return std::nullopt;
+}
+
+bool isPort(std::string_view port) {
+  return !port.empty() && port.size() <= 5 &&
+         std::all_of(port.begin(), port.end(), [](char c) { return c >= '0' && c <= '9'; }) &&
+         std::stoi(std::string(port)) <= 65535;
+}
+
+// OLLAMA_HOST read the way Ollama's own command line reads it, so that the
+// program and `ollama` always talk to the same daemon.
+std::string hostFromSetting(std::string_view setting) {
+  constexpr std::string_view kSpace = " \t\n\v\f\r";
+  setting = trimmed(trimmed(trimmed(setting, kSpace), "\"'"), kSpace);
+  std::string scheme = "http";
+  std::string defaultPort = "11434";
+  std::string_view hostport = setting;
+  if (const std::size_t cut = setting.find("://"); cut != std::string_view::npos) {
+    scheme = setting.substr(0, cut);
+    hostport = setting.substr(cut + 3);
+    if (scheme == "http") defaultPort = "80";
+    if (scheme == "https") defaultPort = "443";
+  }
+  std::string_view path;
+  if (const std::size_t slash = hostport.find('/'); slash != std::string_view::npos) {
+    path = hostport.substr(slash + 1);
+    hostport = hostport.substr(0, slash);
+  }
+  std::string host, port;
+  if (!splitHostPort(hostport, host, port)) {
+    port = defaultPort;
+    if (auto address = canonicalAddress(trimmed(hostport, "[]")))
+      host = *address;
+    else
+      host = hostport.empty() ? "127.0.0.1" : std::string(hostport);
+  }
+  if (!isPort(port)) port = defaultPort;
+  if (host.find(':') != std::string::npos) host = "[" + host + "]";
+  std::string url = scheme + "://" + host + ":" + port;
+  if (!path.empty()) url += "/" + std::string(path);
+  return url;
+}
+
+// `path` less its leading "/" appended to `host` as one more path component.
+std::string urlFor(const std::string& host, std::string_view path) {
+  std::string url = host;
+  while (url.ends_with('/')) url.pop_back();
+  if (path.starts_with('/')) path.remove_prefix(1);
+  return url + "/" + std::string(path);
+}
+
+// ---- One HTTP exchange through libcurl ----
+
+// Receives the body as it arrives, with the HTTP status known so far; false
+// stops the transfer. It may throw: the exception ends the transfer and is
+// thrown again by transfer().
+using Sink = std::function<bool(std::string_view chunk, long status)>;
+
+struct Outcome {
+  CURLcode code;
+  long status;        // 0 when no HTTP answer came
+  std::string words;  // libcurl's description of a failed transfer
+};
+
+struct WriteContext {
+  CURL* curl;
+  const Sink* sink;
+  std::exception_ptr thrown;
+};
+
+// libcurl is C: nothing may be thrown through it.
+std::size_t writeBody(char* data, std::size_t size, std::size_t count, void* context) {
+  auto* write = static_cast<WriteContext*>(context);
+  const std::size_t length = size * count;
+  try {
+    long status = 0;
+    curl_easy_getinfo(write->curl, CURLINFO_RESPONSE_CODE, &status);
+    return (*write->sink)(std::string_view(data, length), status) ? length : 0;
+  } catch (...) {
+    write->thrown = std::current_exception();
+    return 0;
+  }
+}
+
+// Loopback never goes through a proxy, as in Ollama's own client: the daemon
+// is on this machine. The option replaces the user's no_proxy, so that list
+// is carried over.
+std::string noProxyList() {
+  std::string list = "localhost,127.0.0.1,::1";
+  for (const char* name : {"no_proxy", "NO_PROXY"}) {
+    if (const char* value = std::getenv(name); value != nullptr && *value != '\0') {
+      list += ",";
+      list += value;
+      break;
+    }
+  }
+  return list;
+}
+
+// A GET, or a POST of a JSON `body`, with `timeoutSeconds` for the whole
+// exchange and no other limit. Only Content-Type is sent of our own, and only
+// with a body: libcurl's default Accept and Expect are removed.
+Outcome transfer(const std::string& url, const std::optional<std::string>& body,
+                 double timeoutSeconds, const Sink& sink) {
+  // curl_global_init is not safe to race with itself; a local static runs it
+  // once, before the first transfer, whichever thread gets there first.
+  static const CURLcode global = curl_global_init(CURL_GLOBAL_DEFAULT);
+  if (global != CURLE_OK) return {global, 0, curl_easy_strerror(global)};
+
+  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(),
+                                                                 curl_easy_cleanup);
+  if (!curl) return {CURLE_FAILED_INIT, 0, curl_easy_strerror(CURLE_FAILED_INIT)};
+  std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(nullptr, curl_slist_free_all);
+  const auto addHeader = [&](const char* header) {
+    headers.reset(curl_slist_append(headers.release(), header));
+  };
+  addHeader("Accept:");
+  if (body) {
+    addHeader("Content-Type: application/json");
+    addHeader("Expect:");
+  }
+
+  // 0 would mean no limit at all to libcurl.
+  const double milliseconds = std::clamp(timeoutSeconds * 1000, 1.0, 1e12);
+  char errors[CURL_ERROR_SIZE] = "";
+  WriteContext context{curl.get(), &sink, nullptr};
+  CURL* handle = curl.get();
+  curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
+  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+  curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(milliseconds));
+  curl_easy_setopt(handle, CURLOPT_NOPROXY, noProxyList().c_str());
+  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
+  curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errors);
+  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, writeBody);
+  curl_easy_setopt(handle, CURLOPT_WRITEDATA, &context);
+  if (body) {
+    curl_easy_setopt(handle, CURLOPT_POST, 1L);
+    curl_easy_setopt(handle, CURLOPT_POSTFIELDS, body->data());
+    curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body->size()));
+  }
+
+  const CURLcode code = curl_easy_perform(handle);
+  if (context.thrown) std::rethrow_exception(context.thrown);
+  long status = 0;
+  curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
+  return {code, status, errors[0] != '\0' ? errors : curl_easy_strerror(code)};
+}
+
+// Bodies go out compact. Text that is not valid UTF-8 is repaired on the way
+// rather than refused, so that a stray byte in what was read off a picture
+// can't block a capture for ever.
+std::string encoded(const json& body) {
+  return body.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+// The common request of every call but pull: the reply's JSON object.
+json request(const std::string& host, std::string_view path, const std::optional<json>& body,
+             double timeoutSeconds) {
+  std::string reply;
+  bool tooLarge = false;
+  const Outcome outcome =
+      transfer(urlFor(host, path), body ? std::optional(encoded(*body)) : std::nullopt,
+               timeoutSeconds, [&](std::string_view chunk, long) {
+                 tooLarge = reply.size() + chunk.size() > kMaxReplyBytes;
+                 if (!tooLarge) reply.append(chunk);
+                 return !tooLarge;
+               });
+  if (outcome.code != CURLE_OK && !tooLarge)
+    throw OllamaClient::Failure::unreachable(outcome.words);
+
+  std::optional<json> object = tooLarge ? std::nullopt : UntrustedJson::parse(reply);
+  if (object && !object->is_object()) object.reset();
+  if (outcome.status < 200 || outcome.status > 299) {
+    const auto error = object ? UntrustedJson::stringMember(*object, "error") : std::nullopt;
+    throw OllamaClient::Failure::server(
+        static_cast<int>(outcome.status),
+        error ? std::string(*error) : Utf8::repaired(std::string_view(reply).substr(0, 200)));
+  }
+  if (tooLarge) throw OllamaClient::Failure::badReply(kMaxReplyWords);
+  if (!object) throw OllamaClient::Failure::badReply("not a JSON object");
+  return std::move(*object);
+}
+
+// A whole number of a pull line; anything else counts as 0.
+std::int64_t wholeNumber(const json& line, const char* key) {
+  const auto it = line.find(key);
+  if (it == line.end()) return 0;
+  // Unsigned first: nlohmann counts unsigned numbers as integers too.
+  if (it->is_number_unsigned()) {
+    return static_cast<std::int64_t>(std::min<std::uint64_t>(
+        it->get<std::uint64_t>(), std::numeric_limits<std::int64_t>::max()));
+  }
+  if (it->is_number_integer()) return it->get<std::int64_t>();
+  if (it->is_number_float()) {
+    const double value = it->get<double>();
+    const bool whole = std::isfinite(value) && value == std::trunc(value) && std::abs(value) < 9e18;
+    return whole ? static_cast<std::int64_t>(value) : 0;
+  }
+  return 0;
+}
+
+}  // namespace
+
+// ---- Failure ----
+
+OllamaClient::Failure::Failure(Kind kind, int status, std::string message,
+                               const std::string& description)
+    : brindlemoor::Failure(description),
+      m_kind(kind),
+      m_status(status),
+      m_message(std::move(message)) {}
+
+OllamaClient::Failure OllamaClient::Failure::unreachable(std::string detail) {
+  const std::string description = "Ollama is not reachable (" + detail + ")";
+  return Failure(Kind::unreachable, 0, std::move(detail), description);
+}
+
+OllamaClient::Failure OllamaClient::Failure::server(int status, std::string message) {
+  const std::string description = "Ollama answered " + std::to_string(status) + ": " + message;
+  return Failure(Kind::server, status, std::move(message), description);
+}
+
+OllamaClient::Failure OllamaClient::Failure::badReply(std::string detail) {
+  const std::string description = "Unexpected reply from Ollama: " + detail;
+  return Failure(Kind::badReply, 0, std::move(detail), description);
+}
+
+bool OllamaClient::Failure::operator==(const Failure& other) const {
+  return m_kind == other.m_kind && m_status == other.m_status && m_message == other.m_message;
+}
+
+// ---- OllamaClient ----
+
+OllamaClient::OllamaClient(std::string host) : m_host(std::move(host)) {}
+
+std::string OllamaClient::defaultHost() {
+  const char* setting = std::getenv("OLLAMA_HOST");
+  return hostFromSetting(setting != nullptr ? setting : "");
+}
+
+std::string OllamaClient::version() const {
+  const json reply = request(m_host, "/api/version", std::nullopt, kVersionTimeout);
+  const auto version = UntrustedJson::stringMember(reply, "version");
+  if (!version) throw Failure::badReply("no version");
+  return std::string(*version);
+}
+
+std::vector<std::string> OllamaClient::models() const {
+  const json reply = request(m_host, "/api/tags", std::nullopt, kModelsTimeout);
+  std::vector<std::string> names;
+  const auto models = reply.find("models");
+  if (models == reply.end() || !models->is_array()) return names;
+  for (const json& model : *models) {
+    if (!model.is_object()) continue;
+    if (const auto name = UntrustedJson::stringMember(model, "name")) names.emplace_back(*name);
+  }
+  return names;
+}
+
+bool OllamaClient::has(std::string_view model, const std::vector<std::string>& names) {
+  const std::string name = model.find(':') != std::string_view::npos
+                               ? std::string(model)
+                               : std::string(model) + ":latest";
+  return std::find(names.begin(), names.end(), name) != names.end() ||
+         std::find(names.begin(), names.end(), model) != names.end();
+}
+
+std::string OllamaClient::generate(const std::string& model, const std::string& prompt,
+                                   const std::optional<std::string>& system,
+                                   const std::vector<Bytes>& images, bool json, int maxTokens,
+                                   double timeoutSeconds) const {
+  nlohmann::json body = {
+      {"model", model},
+      {"prompt", prompt},
+      {"stream", false},
+      {"think", false},
+      {"keep_alive", "10m"},
+      {"options", {{"temperature", 0.2}, {"num_predict", maxTokens}, {"num_ctx", 8192}}},
+  };
+  if (system) body["system"] = *system;
+  if (!images.empty()) {
+    nlohmann::json& encodedImages = body["images"] = nlohmann::json::array();
+    for (const Bytes& image : images) encodedImages.push_back(Base64::encode(image));
+  }
+  if (json) body["format"] = "json";
+
+  const nlohmann::json reply = request(m_host, "/api/generate", body, timeoutSeconds);
+  const auto response = UntrustedJson::stringMember(reply, "response");
+  if (!response) throw Failure::badReply("no response text");
+  return std::string(*response);
+}
+
+std::vector<std::vector<float>> OllamaClient::embed(const std::string& model,
+                                                    const std::vector<EmbedInput>& inputs,
+                                                    double timeoutSeconds) const {
+  json input = json::array();
+  for (const EmbedInput& each : inputs) {
+    if (!each.image) {
+      // An input with neither text nor image is an empty object.
+      input.push_back(each.text ? json(*each.text) : json::object());
+      continue;
+    }
+    json object = {{"image", Base64::encode(*each.image)}};
+    if (each.text) object["text"] = *each.text;
+    input.push_back(std::move(object));
+  }
+  const json body = {{"model", model}, {"input", std::move(input)}, {"keep_alive", "10m"}};
+  const json reply = request(m_host, "/api/embed", body, timeoutSeconds);
+
+  const Failure wrongCount =
+      Failure::badReply("expected " + std::to_string(inputs.size()) + " embeddings");
+  const auto embeddings = reply.find("embeddings");
+  if (embeddings == reply.end() || !embeddings->is_array() || embeddings->size() != inputs.size())
+    throw wrongCount;
+  std::vector<std::vector<float>> vectors;
+  vectors.reserve(inputs.size());
+  for (const json& embedding : *embeddings) {
+    if (!embedding.is_array()) throw wrongCount;
+    std::vector<float> vector;
+    vector.reserve(embedding.size());
+    for (const json& number : embedding) {
+      if (!number.is_number()) throw wrongCount;
+      vector.push_back(number.get<float>());
+    }
+    vectors.push_back(VectorMath::unit(vector));
+  }
+  return vectors;
+}
+
+void OllamaClient::pull(const std::string& model, const Progress& progress) const {
+  const auto handleLine = [&](std::string_view line) {
+    if (line.ends_with('\r')) line.remove_suffix(1);
+    const std::optional<json> object = UntrustedJson::parse(line);
+    if (!object || !object->is_object()) return;
+    if (const auto error = UntrustedJson::stringMember(*object, "error")) {
+      throw Failure::server(200, std::string(*error));
+    }
+    progress(wholeNumber(*object, "completed"), wholeNumber(*object, "total"),
+             std::string(UntrustedJson::stringMember(*object, "status").value_or("")));
+  };
+
+  std::string pending;    // the start of a line whose end has not come yet
+  bool skipping = false;  // inside a line too long to hold, which is dropped
+  const Sink readLines = [&](std::string_view chunk, long status) {
+    if (status != 200) return false;
+    for (std::size_t end; (end = chunk.find('\n')) != std::string_view::npos;) {
+      if (!skipping) {
+        pending.append(chunk.substr(0, end));
+        handleLine(pending);
+      }
+      pending.clear();
+      skipping = false;
+      chunk.remove_prefix(end + 1);
+    }
+    if (!skipping) pending.append(chunk);
+    if (pending.size() > kMaxPullLineBytes) {
+      pending.clear();
+      skipping = true;
+    }
+    return true;
+  };
+
+  const json body = {{"model", model}, {"stream", true}};
+  const Outcome outcome =
+      transfer(urlFor(m_host, "/api/pull"), encoded(body), kPullTimeout, readLines);
+  if (outcome.status != 0 && outcome.status != 200)
+    throw Failure::server(static_cast<int>(outcome.status), "pull " + model);
+  if (outcome.code != CURLE_OK) throw brindlemoor::Failure(outcome.words);
+  if (!skipping && !pending.empty()) handleLine(pending);
+}
+
+}  // namespace brindlemoor

@@ -1,0 +1,81 @@
+#include "core/understanding/embedding_text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace brindlemoor {
+namespace {
+
+TEST(EmbeddingTextDocument, IsNoneAndEmptyForABareCapture) {
+  EXPECT_EQ(EmbeddingText::document(Capture{}), "title: none | text: ");
+}
+
+TEST(EmbeddingTextDocument, HeadJoinsAppAndDisplayTitleLeavingOutEmptyOnes) {
+  // The display title falls back to the app, which then stands twice.
+  Capture onlyApp;
+  onlyApp.app = "Notes";
+  EXPECT_EQ(EmbeddingText::document(onlyApp), "title: Notes — Notes | text: ");
+  Capture capture;
+  capture.app = "Safari";
+  capture.title = "Espresso";
+  EXPECT_EQ(EmbeddingText::document(capture), "title: Safari — Espresso | text: ");
+  capture.app = "";
+  EXPECT_EQ(EmbeddingText::document(capture), "title: Espresso | text: ");
+  capture.title = "";
+  capture.windowTitle = "Untitled 3";
+  EXPECT_EQ(EmbeddingText::document(capture), "title: Untitled 3 | text: ");
+}
+
+TEST(EmbeddingTextDocument, BodyHasItsLinesInOrderSkippingEmptyOnes) {
+  Capture capture;
+  capture.app = "Safari";
+  capture.title = "Espresso";
+  capture.summary = "How to pull a shot.";
+  capture.tags = {"coffee", "espresso"};
+  capture.note = "";
+  capture.transcript = "grind finer";
+  capture.ocrText = "18 g in, 36 g out";
+  EXPECT_EQ(EmbeddingText::document(capture),
+            "title: Safari — Espresso | text: How to pull a shot.\ncoffee, espresso\ngrind finer\n"
+            "18 g in, 36 g out");
+}
+
+TEST(EmbeddingTextDocument, CutsLongTextsTo1200CharactersWithoutEllipsis) {
+  Capture capture;
+  capture.ocrText = std::string(5000, 'x');
+  // A flag is one user-perceived character of eight bytes.
+  std::string flags;
+  for (int i = 0; i < 1300; ++i) flags += "🇩🇪";
+  capture.transcript = flags;
+  std::string expectedFlags;
+  for (int i = 0; i < 1200; ++i) expectedFlags += "🇩🇪";
+  EXPECT_EQ(EmbeddingText::document(capture),
+            "title: none | text: " + expectedFlags + "\n" + std::string(1200, 'x'));
+}
+
+TEST(EmbeddingTextMeaning, WritesTitleTopicsAndNoteIntoTheTextPart) {
+  Capture capture;
+  capture.title = "Espresso";
+  capture.tags = {"coffee", "drink"};
+  capture.note = "try this";
+  capture.summary = "left out";
+  capture.ocrText = "left out";
+  EXPECT_EQ(EmbeddingText::meaning(capture),
+            "title: none | text: Espresso. Topics: coffee, drink. try this");
+}
+
+TEST(EmbeddingTextMeaning, IsEmptyTextForABareCapture) {
+  EXPECT_EQ(EmbeddingText::meaning(Capture{}), "title: none | text: ");
+  Capture noted;
+  noted.note = "";
+  noted.app = "Notes";
+  EXPECT_EQ(EmbeddingText::meaning(noted), "title: none | text: Notes");
+}
+
+TEST(EmbeddingTextQuery, FollowsTheSearchConvention) {
+  EXPECT_EQ(EmbeddingText::query("refund policy"), "task: search result | query: refund policy");
+}
+
+}  // namespace
+}  // namespace brindlemoor

@@ -1,0 +1,144 @@
+#include "core/understanding/reader.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+#include <vips/vips8>
+
+#include "tests/testing/temp_dir.h"
+
+namespace brindlemoor {
+namespace {
+
+using vips::VImage;
+using Colour = std::vector<double>;
+
+// The tests draw their pictures before any call of Reader starts libvips.
+class Vips : public ::testing::Environment {
+ public:
+  void SetUp() override { ASSERT_EQ(VIPS_INIT("reader_test"), 0); }
+};
+const ::testing::Environment* const kVips = ::testing::AddGlobalTestEnvironment(new Vips);
+
+const Colour kWhite{255, 255, 255}, kInk{20, 20, 20}, kDark{32, 33, 36}, kLight{225, 225, 225};
+
+// A panel of `ground` with `text` drawn on it in `ink`, with a margin, as a
+// window would show it.
+VImage panel(const std::string& text, const Colour& ink, const Colour& ground,
+             const char* font = "DejaVu Sans 16") {
+  const VImage mask = VImage::text(text.c_str(), VImage::option()->set("font", font));
+  const VImage back =
+      (VImage::black(mask.width() + 60, mask.height() + 60) + ground).cast(VIPS_FORMAT_UCHAR);
+  return mask.embed(30, 30, back.width(), back.height())
+      .ifthenelse(ink, back, VImage::option()->set("blend", true));
+}
+
+Bytes encoded(const VImage& image, const char* suffix) {
+  void* buffer = nullptr;
+  std::size_t size = 0;
+  image.write_to_buffer(suffix, &buffer, &size);
+  Bytes bytes(static_cast<std::uint8_t*>(buffer), static_cast<std::uint8_t*>(buffer) + size);
+  g_free(buffer);
+  return bytes;
+}
+
+TEST(ReaderText, ReadsLinesInOrderJoinedByLineFeeds) {
+  const Bytes png =
+      encoded(panel("Quarterly budget review\nMeeting notes tomorrow", kInk, kWhite), ".png");
+  EXPECT_EQ(Reader::text(png), "Quarterly budget review\nMeeting notes tomorrow");
+}
+
+TEST(ReaderText, ReadsLightTextOnDarkPanelsBesideDarkTextOnLight) {
+  // A dark sidebar, a light page and a grey toolbar, as JPEG with its
+  // compression noise; the dark panel alone would be unreadable uninverted.
+  const VImage sidebar = panel("Downloads\nFavourites", {230, 230, 230}, kDark, "DejaVu Sans 14");
+  const VImage page = panel("Invoice payment overdue", kInk, kWhite, "DejaVu Sans 15");
+  const VImage toolbar = panel("Settings", kWhite, {90, 90, 90}, "DejaVu Sans 13");
+  const VImage screen =
+      VImage::black(sidebar.width() + page.width(), 260, VImage::option()->set("bands", 3))
+          .insert(sidebar, 0, 0)
+          .insert(page, sidebar.width(), 0)
+          .insert(toolbar, sidebar.width(), 150);
+  const std::string text = Reader::text(encoded(screen, ".jpg[Q=85]"));
+  for (const char* word : {"Downloads", "Favourites", "Invoice payment overdue", "Settings"}) {
+    EXPECT_NE(text.find(word), std::string::npos) << word << " not in:\n" << text;
+  }
+}
+
+TEST(ReaderText, ReadsTransparentPicturesAsOnWhite) {
+  const VImage mask = panel("Transparent label", kWhite, {0, 0, 0}).extract_band(0);
+  // Black text whose only trace is its alpha: on black it would vanish.
+  const VImage rgba =
+      (VImage::black(mask.width(), mask.height(), VImage::option()->set("bands", 3)))
+          .bandjoin(mask)
+          .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+  EXPECT_NE(Reader::text(encoded(rgba, ".png")).find("Transparent label"), std::string::npos);
+}
+
+TEST(ReaderText, GivesEmptyTextForPicturesWithoutText) {
+  const VImage white = (VImage::black(203, 61) + 255).cast(VIPS_FORMAT_UCHAR);
+  EXPECT_EQ(Reader::text(encoded(white, ".png")), "");
+  EXPECT_EQ(Reader::text(encoded(VImage::black(120, 80), ".jpg")), "");
+  EXPECT_EQ(Reader::text(encoded(VImage::black(1, 1), ".png")), "");
+}
+
+TEST(ReaderText, RejectsBytesThatAreNoPicture) {
+  const std::string words = "just some words, not a picture";
+  const Bytes png = encoded(panel("Cut short", kInk, kWhite), ".png");
+  const std::vector<Bytes> cases{
+      Bytes{}, Bytes(words.begin(), words.end()),
+      Bytes(png.begin(), png.begin() + 8),  // the PNG signature and nothing else
+  };
+  for (const Bytes& bytes : cases) {
+    try {
+      Reader::text(bytes);
+      ADD_FAILURE() << "no failure for " << bytes.size() << " bytes";
+    } catch (const Reader::Failure& failure) {
+      EXPECT_EQ(std::string(failure.what()).rfind("The picture", 0), 0u) << failure.what();
+    }
+  }
+}
+
+TEST(ReaderText, GivesTheSameTextOnEveryThread) {
+  const std::vector<Bytes> pictures{
+      encoded(panel("Calendar sync finished", kInk, kWhite), ".png"),
+      encoded(panel("Terminal session closed", kLight, kDark), ".png"),
+  };
+  std::vector<std::string> here;
+  for (const Bytes& picture : pictures) here.push_back(Reader::text(picture));
+
+  std::vector<std::string> first, second;
+  const auto readAll = [&pictures](std::vector<std::string>& into) {
+    for (const Bytes& picture : pictures) into.push_back(Reader::text(picture));
+  };
+  std::thread a(readAll, std::ref(first)), b(readAll, std::ref(second));
+  a.join();
+  b.join();
+  EXPECT_EQ(first, here);
+  EXPECT_EQ(second, here);
+  EXPECT_EQ(here, (std::vector<std::string>{"Calendar sync finished", "Terminal session closed"}));
+}
+
+TEST(ReaderLanguages, AddsTheLocalesLanguageOnlyWhenItsFileIsInstalled) {
+  const testing::TempDir tessdata;
+  for (const char* installed : {"deu", "chi_tra", "chi_sim", "nor", "srp_latn"}) {
+    std::ofstream(tessdata.path() / (std::string(installed) + ".traineddata"));
+  }
+  EXPECT_EQ(Reader::languages("de_DE.UTF-8", tessdata.path()), "eng+deu");
+  EXPECT_EQ(Reader::languages("de-AT", tessdata.path()), "eng+deu");
+  EXPECT_EQ(Reader::languages("fr_FR.UTF-8", tessdata.path()), "eng");
+  EXPECT_EQ(Reader::languages("en_GB.UTF-8", tessdata.path()), "eng");
+  EXPECT_EQ(Reader::languages("C", tessdata.path()), "eng");
+  EXPECT_EQ(Reader::languages("", tessdata.path()), "eng");
+  // Tesseract names Chinese by script, Norwegian by its older code.
+  EXPECT_EQ(Reader::languages("zh_TW.UTF-8", tessdata.path()), "eng+chi_tra");
+  EXPECT_EQ(Reader::languages("zh_CN.UTF-8", tessdata.path()), "eng+chi_sim");
+  EXPECT_EQ(Reader::languages("nb_NO.UTF-8", tessdata.path()), "eng+nor");
+  EXPECT_EQ(Reader::languages("sr-Latn-RS", tessdata.path()), "eng+srp_latn");
+}
+
+}  // namespace
+}  // namespace brindlemoor

@@ -1,0 +1,127 @@
+#include "core/media/internal/pictures.h"
+
+#include <mutex>
+#include <string>
+#include <utility>
+
+namespace brindlemoor::Pictures {
+namespace {
+
+using vips::VImage;
+
+// The loaders fail on a picture cut short rather than fill the rest with
+// grey; smaller flaws that still give the whole picture are accepted. The
+// thumbnail of a file takes this as its own option, that of a buffer only in
+// the option string it hands its loader.
+constexpr VipsFailOn kFailOn = VIPS_FAIL_ON_TRUNCATED;
+constexpr const char* kBufferLoadOptions = "[fail_on=truncated]";
+
+VImage checked(VImage header) {
+  checkSize(header.width(), header.height());
+  return header;
+}
+
+vips::VOption* scaling(int maxPixel) {
+  return VImage::option()->set("height", maxPixel)->set("size", VIPS_SIZE_DOWN);
+}
+
+}  // namespace
+
+void checkSize(std::int64_t width, std::int64_t height) {
+  if (width * height > kMaxPixels) {
+    throw Failure("the picture is " + std::to_string(width) + " by " + std::to_string(height) +
+                  " pixels, more than " + std::to_string(kMaxPixels / 1'000'000) + " megapixels");
+  }
+}
+
+void start() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    if (VIPS_INIT("brindlemoor") != 0) throw Failure("libvips did not start");
+    vips_cache_set_max(0);
+    // Pictures come from the web and from any file the user drops; the
+    // loaders libvips doesn't vouch for (ImageMagick's above all, which
+    // reads scripts and documents as pictures) never see them.
+    vips_block_untrusted_set(TRUE);
+    // A damaged picture reaches the caller as a failure; libvips's warnings
+    // about it would only be noise on the terminal.
+    g_log_set_handler(
+        "VIPS", G_LOG_LEVEL_WARNING, [](const gchar*, GLogLevelFlags, const gchar*, gpointer) {},
+        nullptr);
+  });
+}
+
+PictureSource::PictureSource(std::filesystem::path path, const Bytes* bytes, VImage header)
+    : m_path(std::move(path)), m_bytes(bytes), m_header(std::move(header)) {}
+
+PictureSource PictureSource::file(const std::filesystem::path& path) {
+  start();
+  try {
+    return PictureSource(
+        path, nullptr,
+        checked(VImage::new_from_file(
+            path.c_str(),
+            VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", kFailOn))));
+  } catch (const vips::VError&) {
+    throw Failure("it isn't a picture that can be decoded here");
+  }
+}
+
+PictureSource PictureSource::bytes(const Bytes& bytes) {
+  start();
+  if (bytes.empty()) throw Failure("there are no bytes");
+  try {
+    return PictureSource(
+        {}, &bytes,
+        checked(VImage::new_from_buffer(
+            bytes.data(), bytes.size(), "",
+            VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", kFailOn))));
+  } catch (const vips::VError&) {
+    throw Failure("it isn't a picture that can be decoded here");
+  }
+}
+
+VImage PictureSource::scaled(int maxPixel) const {
+  if (maxPixel < 1) throw Failure("no picture fits in " + std::to_string(maxPixel) + " pixels");
+  try {
+    if (m_bytes == nullptr) {
+      return VImage::thumbnail(m_path.c_str(), maxPixel, scaling(maxPixel)->set("fail_on", kFailOn))
+          .copy_memory();
+    }
+    // The blob borrows the bytes: nothing is copied, and nothing is freed.
+    VipsBlob* blob = vips_blob_new(nullptr, m_bytes->data(), m_bytes->size());
+    try {
+      VImage image =
+          VImage::thumbnail_buffer(blob, maxPixel,
+                                   scaling(maxPixel)->set("option_string", kBufferLoadOptions))
+              .copy_memory();
+      vips_area_unref(VIPS_AREA(blob));
+      return image;
+    } catch (...) {
+      vips_area_unref(VIPS_AREA(blob));
+      throw;
+    }
+  } catch (const vips::VError&) {
+    throw Failure("the picture is damaged");
+  }
+}
+
+VImage fitted(const VImage& image, int maxPixel) {
+  if (maxPixel < 1) throw Failure("no picture fits in " + std::to_string(maxPixel) + " pixels");
+  try {
+    // Already upright: an orientation tag left on it must not turn it again.
+    return image.thumbnail_image(maxPixel, scaling(maxPixel)->set("no_rotate", true)).copy_memory();
+  } catch (const vips::VError&) {
+    throw Failure("the picture can't be scaled");
+  }
+}
+
+VImage opaqueRgb(const VImage& image) {
+  VImage rgb = image.colourspace(VIPS_INTERPRETATION_sRGB);
+  if (rgb.has_alpha()) {
+    rgb = rgb.flatten(VImage::option()->set("background", std::vector<double>{255, 255, 255}));
+  }
+  return rgb.cast(VIPS_FORMAT_UCHAR);
+}
+
+}  // namespace brindlemoor::Pictures

@@ -1,0 +1,192 @@
+#include "core/organizing/organizer.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "core/understanding/vector_math.h"
+
+namespace brindlemoor {
+
+// Decisions as a reader of a failed test wants to see them.
+void PrintTo(const Organizer::Decision& decision, std::ostream* out) {
+  if (const auto* join = std::get_if<Organizer::Decision::Join>(&decision.value)) {
+    *out << "join(" << join->collectionID << ", " << join->similarity << ")";
+  } else if (const auto* form = std::get_if<Organizer::Decision::Form>(&decision.value)) {
+    *out << "form([";
+    for (const std::string& id : form->with) *out << id << " ";
+    *out << "], " << form->similarity << ")";
+  } else {
+    *out << "stayUnsorted";
+  }
+}
+
+namespace {
+
+using Decision = Organizer::Decision;
+using Vector = std::vector<float>;
+
+// The unit vector in the plane whose score against {1, 0} is exactly
+// `cosine`: the second component is multiplied by 0.
+Vector at(float cosine) {
+  return {cosine, std::sqrt(1.0f - cosine * cosine)};
+}
+
+const Vector kEast = {1.0f, 0.0f};
+
+// ---- forming ----
+
+TEST(OrganizerDecide, EmptyLibraryLeavesTheCaptureUnsorted) {
+  EXPECT_EQ(Organizer{}.decide(kEast, {}, {}), Decision::stayUnsorted());
+}
+
+TEST(OrganizerDecide, OneNeighbourAtExactlyTheFormThresholdFormsAndJustBelowDoesNot) {
+  ASSERT_EQ(Organizer::defaultForm, 0.79f);
+  EXPECT_EQ(Organizer{}.decide(kEast, {}, {{"a", at(0.79f)}}), Decision::form({"a"}, 0.79f));
+  EXPECT_EQ(Organizer{}.decide(kEast, {}, {{"a", at(0.7899f)}}), Decision::stayUnsorted());
+}
+
+TEST(OrganizerDecide, GathersTheTwelveClosestOfTwentyInOrderOfScore) {
+  // Twenty neighbours named by their rank, r00 the closest, in a scrambled
+  // order; r05 and r06 score the same, and r05 comes first in the list.
+  const auto score = [](int rank) {
+    return 0.99f - 0.01f * static_cast<float>(rank == 6 ? 5 : rank);
+  };
+  std::vector<Organizer::Unsorted> unsorted = {{"far", at(0.5f)}};
+  for (int position = 0; position < 20; ++position) {
+    const int rank = position * 7 % 20;
+    unsorted.push_back({(rank < 10 ? "r0" : "r") + std::to_string(rank), at(score(rank))});
+  }
+  EXPECT_EQ(Organizer{}.decide(kEast, {}, unsorted),
+            Decision::form({"r00", "r01", "r02", "r03", "r04", "r05", "r06", "r07", "r08", "r09",
+                            "r10", "r11"},
+                           score(0)));
+}
+
+TEST(OrganizerDecide, NoRoomForMembersLeavesTheCaptureUnsorted) {
+  Organizer organizer;
+  organizer.maxFormMembers = 0;
+  EXPECT_EQ(organizer.decide(kEast, {}, {{"a", at(0.99f)}}), Decision::stayUnsorted());
+  organizer.maxFormMembers = 1;
+  EXPECT_EQ(organizer.decide(kEast, {}, {{"a", at(0.9f)}, {"b", at(0.99f)}}),
+            Decision::form({"b"}, 0.99f));
+}
+
+TEST(OrganizerDecide, VectorsOfAnotherLengthScoreZero) {
+  // Identical in their common part, so a dot product over the shorter length
+  // would have scored them 1.
+  Organizer organizer;
+  organizer.formThreshold = 0.01f;
+  organizer.joinThreshold = 0.01f;
+  const Vector longer = {1.0f, 0.0f, 0.0f};
+  EXPECT_EQ(organizer.decide(kEast, {{"c", {longer, longer}}}, {{"a", longer}}),
+            Decision::stayUnsorted());
+}
+
+// ---- joining ----
+
+TEST(OrganizerDecide, JoinsAtExactlyTheJoinThresholdAndNotJustBelow) {
+  // With one member {1, 0} the centroid is that member, so the centroid and
+  // the best member both score exactly the capture's first component.
+  ASSERT_EQ(Organizer::defaultJoin, 0.8f);
+  const std::vector<Organizer::Group> groups = {{"c", {kEast}}};
+  EXPECT_EQ(Organizer{}.decide(at(0.8f), groups, {}), Decision::join("c", 0.8f));
+  EXPECT_EQ(Organizer{}.decide(at(0.7999f), groups, {}), Decision::stayUnsorted());
+}
+
+TEST(OrganizerDecide, NeedsAMemberAtTheFormThresholdBesidesANearCentroid) {
+  // Two members on either side of the capture's axis: their centroid scores
+  // about 0.84, yet each member scores exactly `best`.
+  const auto group = [](float best) {
+    const float z = 0.5f;
+    const float y = std::sqrt(1.0f - best * best - z * z);
+    return Organizer::Group{"c", {{best, y, z}, {best, -y, z}}};
+  };
+  const Vector capture = {1.0f, 0.0f, 0.0f};
+  const auto similarity = [&](const Organizer::Group& g) {
+    return VectorMath::dot(capture, *VectorMath::centroid(g.members));
+  };
+  ASSERT_GT(similarity(group(0.78f)), 0.8f);
+  EXPECT_EQ(Organizer{}.decide(capture, {group(0.78f)}, {}), Decision::stayUnsorted());
+  EXPECT_EQ(Organizer{}.decide(capture, {group(0.79f)}, {}),
+            Decision::join("c", similarity(group(0.79f))));
+}
+
+TEST(OrganizerDecide, TheClosestCentroidWinsWhateverTheBestMembers) {
+  const Vector capture = {1.0f, 0.0f, 0.0f};
+  // Holds the capture's own direction, but its centroid scores about 0.82.
+  const float u = 2.0f * 0.82f * 0.82f - 1.0f;
+  const Organizer::Group exactMember = {"exact", {capture, {u, std::sqrt(1.0f - u * u), 0.0f}}};
+  // Members at 0.8 whose centroid scores about 0.85.
+  const float z = std::sqrt(0.8f * 0.8f / (0.85f * 0.85f) - 0.64f);
+  const float y = std::sqrt(1.0f - 0.64f - z * z);
+  const Organizer::Group central = {"central", {{0.8f, y, z}, {0.8f, -y, z}}};
+  const float centralSimilarity = VectorMath::dot(capture, *VectorMath::centroid(central.members));
+  ASSERT_NEAR(centralSimilarity, 0.85f, 1e-4f);
+  ASSERT_NEAR(VectorMath::dot(capture, *VectorMath::centroid(exactMember.members)), 0.82f, 1e-4f);
+
+  EXPECT_EQ(Organizer{}.decide(capture, {exactMember, central}, {}),
+            Decision::join("central", centralSimilarity));
+  EXPECT_EQ(Organizer{}.decide(capture, {central, exactMember}, {}),
+            Decision::join("central", centralSimilarity));
+}
+
+TEST(OrganizerDecide, OfEqualCentroidsTheFirstGroupWins) {
+  EXPECT_EQ(Organizer{}.decide(at(0.9f), {{"first", {kEast}}, {"second", {kEast}}}, {}),
+            Decision::join("first", 0.9f));
+}
+
+TEST(OrganizerDecide, JoiningBeatsFormingAndDrawsNoNeighboursAlong) {
+  EXPECT_EQ(Organizer{}.decide(kEast, {{"c", {at(0.81f)}}}, {{"a", kEast}}),
+            Decision::join("c", VectorMath::dot(kEast, *VectorMath::centroid({at(0.81f)}))));
+}
+
+TEST(OrganizerDecide, GroupsWithoutMembersTakeNoPart) {
+  Organizer organizer;
+  organizer.joinThreshold = -1.0f;
+  organizer.formThreshold = -1.0f;
+  EXPECT_EQ(organizer.decide(at(0.1f), {{"empty", {}}, {"c", {kEast}}}, {}),
+            Decision::join("c", 0.1f));
+}
+
+TEST(OrganizerDecide, AVectorOfNotANumberJoinsNothing) {
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_EQ(Organizer{}.decide(Vector{nan, nan}, {{"c", {kEast}}}, {{"a", kEast}}),
+            Decision::stayUnsorted());
+}
+
+// ---- renaming ----
+
+TEST(OrganizerShouldRename, NamesAtTwoThenAtEachDoubling) {
+  const auto due = [](std::int64_t count, std::int64_t namedAtCount) {
+    CaptureCollection collection;
+    collection.count = count;
+    collection.namedAtCount = namedAtCount;
+    return Organizer::shouldRename(collection);
+  };
+  EXPECT_FALSE(due(0, 0));
+  EXPECT_FALSE(due(1, 0));
+  EXPECT_TRUE(due(2, 0));
+  EXPECT_TRUE(due(2, 1));
+  EXPECT_FALSE(due(3, 2));
+  EXPECT_TRUE(due(4, 2));
+  EXPECT_FALSE(due(7, 4));
+  EXPECT_TRUE(due(8, 4));
+  EXPECT_TRUE(due(9, 4));
+}
+
+TEST(OrganizerShouldRename, NeverRenamesWhatTheUserNamed) {
+  CaptureCollection collection;
+  collection.userNamed = true;
+  for (const std::int64_t count : {2, 8, 1000}) {
+    collection.count = count;
+    EXPECT_FALSE(Organizer::shouldRename(collection)) << count;
+  }
+}
+
+}  // namespace
+}  // namespace brindlemoor

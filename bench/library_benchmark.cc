@@ -3,10 +3,12 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cmath>
 #include <random>
 
 #include "bench/one_at_a_time.h"
 #include "core/library/library.h"
+#include "tests/testing/imitation_ollama.h"
 #include "tests/testing/sample_captures.h"
 #include "tests/testing/temp_dir.h"
 
@@ -21,12 +23,14 @@ Bytes noise(std::size_t size) {
 }
 
 // One library for every repetition, so it grows as a real one does. Its
-// pipeline step files each capture at once, so keeping is measured with the
-// drain running beside it, as in the application.
+// pipeline runs beside the keeping, as in the application; the bytes are no
+// picture and the daemon is out of reach, so each capture fails its reading
+// at once and waits.
 struct Keeping {
   testing::TempDir dir;
-  Library library{std::make_unique<LibraryStore>(dir.path()), "v", "e",
-                  [this](const Capture& c) { library.store().setCollection(c.id, std::nullopt); }};
+  testing::ClosedPort daemon;
+  Library library{std::make_unique<LibraryStore>(dir.path()), OllamaClient(daemon.host()), "v", "e",
+                  Organizer()};
   const Bytes png = noise(1 << 20);
   const Bytes thumbnail = noise(50 << 10);
   int next = 0;
@@ -41,6 +45,71 @@ void BM_Keep1MBPicture(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_Keep1MBPicture)->Apply(bench::oneAtATime);
+
+// Filing one capture in a library of 100,000 embedded captures, 2,000
+// collections of 40 and 20,000 unsorted, with 768-float vectors: the
+// capture waits at `embedded`, and work() files it (the daemon names the
+// collection it joins when that is due).
+struct Filing {
+  static constexpr int kCaptures = 100'000;
+  static constexpr int kDimension = 768;
+  testing::TempDir dir;
+  testing::ImitationOllama daemon;
+  std::unique_ptr<Library> library;
+  std::mt19937 random{11};
+  int next = kCaptures;
+
+  std::vector<float> unitNear(const std::vector<float>& centre, float spread) {
+    std::normal_distribution<float> noise(0, spread);
+    std::vector<float> vector(centre);
+    float norm = 0;
+    for (float& x : vector) norm += (x += noise(random)) * x;
+    for (float& x : vector) x /= std::sqrt(norm);
+    return vector;
+  }
+
+  Filing() {
+    daemon.setModels({"v", "e"});
+    daemon.setReply(R"({"name": "Group", "emoji": "📁"})");
+    {
+      LibraryStore store(dir.path());
+      std::vector<std::vector<float>> centres;
+      for (int c = 0; c < 2'000; ++c) {
+        centres.push_back(unitNear(std::vector<float>(kDimension, 0.0f), 1.0f));
+        store.insertCollection({"c" + std::to_string(c), "Group", "📁", now(), now(), 0, 0, true});
+      }
+      for (int n = 0; n < kCaptures; ++n) {
+        const std::string id = testing::sampleID(n);
+        store.insert(testing::sampleCapture(n, n));
+        const auto vector = unitNear(centres[n % 2'000], 0.01f);
+        store.setEmbedding(id, "e", {{VectorSpace::look, vector}, {VectorSpace::meaning, vector}});
+        store.setCollection(
+            id, n < 80'000 ? std::optional("c" + std::to_string(n % 2'000)) : std::nullopt);
+      }
+    }
+    library = std::make_unique<Library>(std::make_unique<LibraryStore>(dir.path()),
+                                        OllamaClient(daemon.host()), "v", "e", Organizer());
+  }
+};
+
+void BM_OrganizeAmong100000(benchmark::State& state) {
+  static Filing filing;
+  for (auto _ : state) {
+    state.PauseTiming();
+    const int n = filing.next++;
+    const std::string id = testing::sampleID(n);
+    filing.library->store().insert(testing::sampleCapture(n, n));
+    const auto vector =
+        filing.unitNear(filing.unitNear(std::vector<float>(768, 0.0f), 1.0f), 0.01f);
+    filing.library->store().setEmbedding(
+        id, "e", {{VectorSpace::look, vector}, {VectorSpace::meaning, vector}});
+    state.ResumeTiming();
+    filing.library->work();
+  }
+}
+BENCHMARK(BM_OrganizeAmong100000)->Apply([](benchmark::internal::Benchmark* b) {
+  bench::oneAtATime(b, 20);
+});
 
 }  // namespace
 }  // namespace brindlemoor

@@ -58,7 +58,39 @@ class TemporaryFile {
   bool m_renamed = false;
 };
 
+// Calls `chunk` with the file's contents, piece by piece. Throws Failure
+// when the file can't be read, and lets `chunk`'s own failures through.
+template <class Chunk>
+void readChunks(const std::filesystem::path& path, Chunk&& chunk) {
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) throw Failure("Cannot read " + path.string() + ": " + std::strerror(errno));
+  std::uint8_t buffer[1 << 16];
+  try {
+    while (true) {
+      const ssize_t got = ::read(file, buffer, sizeof buffer);
+      if (got == 0) break;
+      if (got < 0) {
+        if (errno == EINTR) continue;
+        throw Failure("Cannot read " + path.string() + ": " + std::strerror(errno));
+      }
+      chunk(buffer, static_cast<std::size_t>(got));
+    }
+  } catch (...) {
+    ::close(file);
+    throw;
+  }
+  ::close(file);
+}
+
 }  // namespace
+
+Bytes read(const std::filesystem::path& path) {
+  Bytes bytes;
+  readChunks(path, [&](const std::uint8_t* data, std::size_t size) {
+    bytes.insert(bytes.end(), data, data + size);
+  });
+  return bytes;
+}
 
 void writeAtomically(const std::filesystem::path& path, const Bytes& bytes) {
   TemporaryFile file(path);
@@ -67,27 +99,8 @@ void writeAtomically(const std::filesystem::path& path, const Bytes& bytes) {
 }
 
 void copyAtomically(const std::filesystem::path& from, const std::filesystem::path& to) {
-  const int source = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
-  if (source < 0) throw Failure("Cannot read " + from.string() + ": " + std::strerror(errno));
   TemporaryFile file(to);
-  std::uint8_t buffer[1 << 16];
-  while (true) {
-    const ssize_t got = ::read(source, buffer, sizeof buffer);
-    if (got == 0) break;
-    if (got < 0) {
-      if (errno == EINTR) continue;
-      const int error = errno;
-      ::close(source);
-      throw Failure("Cannot read " + from.string() + ": " + std::strerror(error));
-    }
-    try {
-      file.write(buffer, static_cast<std::size_t>(got));
-    } catch (...) {
-      ::close(source);
-      throw;
-    }
-  }
-  ::close(source);
+  readChunks(from, [&](const std::uint8_t* data, std::size_t size) { file.write(data, size); });
   file.commit();
 }
 

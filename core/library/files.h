@@ -1,7 +1,7 @@
-// Files writes the library's picture files so that a reader never sees half
-// of one: each is written to a temporary file beside its place and renamed
-// over it. Safe from any thread; two writers of one path leave one of the two
-// whole files.
+// Files reads and writes the library's picture files. A write never shows a
+// reader half a file: each is written to a temporary file beside its place
+// and renamed over it. Safe from any thread; two writers of one path leave
+// one of the two whole files.
 #pragma once
 
 #include <filesystem>
@@ -16,6 +16,9 @@ class Failure : public brindlemoor::Failure {
  public:
   using brindlemoor::Failure::Failure;
 };
+
+// The whole file at `path`. Throws Failure ("Cannot read " + path + ...).
+Bytes read(const std::filesystem::path& path);
 
 // Writes `bytes` to `path` atomically. Throws Failure (disk full, no
 // permission, missing folder); the temporary file is removed then.

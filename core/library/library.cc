@@ -1,27 +1,21 @@
 #include "core/library/library.h"
 
-#include <system_error>
-
 #include "core/library/files.h"
 
 namespace brindlemoor {
 
-Library::Library(std::unique_ptr<LibraryStore> store, std::string visionModel,
-                 std::string embeddingModel, Advance advance)
+Library::Library(std::unique_ptr<LibraryStore> store, OllamaClient client, std::string visionModel,
+                 std::string embeddingModel, Organizer organizer)
     : m_store(std::move(store)),
+      m_client(std::move(client)),
       m_embeddingModel(std::move(embeddingModel)),
-      m_advance(std::move(advance)),
+      m_organizer(organizer),
       m_visionModel(std::move(visionModel)),
-      m_pipeline([this] { runPipeline(); }) {}
+      m_loop(*m_store, [this](const Capture& capture) { advance(capture); }) {}
 
-Library::~Library() {
-  {
-    std::lock_guard lock(m_mutex);
-    m_stopping = true;
-  }
-  m_wake.notify_all();
-  m_pipeline.join();
-}
+// The loop's thread is stopped first, by m_loop's own destructor, before the
+// members it uses go.
+Library::~Library() = default;
 
 std::string Library::visionModel() const {
   std::lock_guard lock(m_mutex);
@@ -65,59 +59,6 @@ void Library::keepImported(const MediaImporter::Imported& imported,
   m_store->insert(capture);
   changed();
   startWork();
-}
-
-void Library::work() {
-  std::unique_lock lock(m_mutex);
-  const std::uint64_t ask = ++m_requested;
-  m_wake.notify_all();
-  m_answered.wait(lock, [&] { return m_served >= ask || m_stopping; });
-}
-
-void Library::startWork() {
-  {
-    std::lock_guard lock(m_mutex);
-    ++m_requested;
-  }
-  m_wake.notify_all();
-}
-
-bool Library::stopping() {
-  std::lock_guard lock(m_mutex);
-  return m_stopping;
-}
-
-void Library::runPipeline() {
-  std::unique_lock lock(m_mutex);
-  while (true) {
-    m_wake.wait(lock, [&] { return m_stopping || m_requested > m_served; });
-    if (m_stopping) break;
-    // Every ask made until now is answered by this drain; an ask made while it
-    // runs gets a drain of its own, which looks at the captures again.
-    const std::uint64_t asks = m_requested;
-    lock.unlock();
-    drain();
-    lock.lock();
-    m_served = asks;
-    m_answered.notify_all();
-  }
-  m_answered.notify_all();
-}
-
-void Library::drain() {
-  while (!stopping()) {
-    std::vector<Capture> batch;
-    try {
-      batch = m_store->pending(now(), kBatchSize);
-    } catch (const Database::Failure&) {
-      return;  // dropped on purpose: the next work() asks again
-    }
-    if (batch.empty()) return;
-    for (const Capture& capture : batch) {
-      if (stopping()) return;
-      m_advance(capture);
-    }
-  }
 }
 
 // --- Edits ---

@@ -1,28 +1,30 @@
-// Library keeps captures and carries each one through the pipeline, from
-// `captured` to `organized`, in the background. A capture's progress is its
-// stage in the store and nothing else, so the pipeline needs no shutdown: the
-// next work() after a crash or a quit takes every unfinished capture up at
-// the stage its row names.
+// Library keeps captures and carries each one through the pipeline in the
+// background: its text is read, the vision model describes it, it is embedded
+// in the spaces `look` and `meaning`, and it is filed in a collection. Each
+// stage is recorded in the store the moment it is done, so a crash or a quit
+// costs at most the stage under way: the next work() takes every unfinished
+// capture up at the stage its row names. A failed stage keeps its stage and
+// gets the words of the failure and a retry time; there is no failed state
+// and no last try.
 //
 // Thread rules:
-// - One pipeline thread, owned by the Library, is its serial executor: it
-//   alone runs the drain, so exactly one drain exists at any moment however
-//   many work() calls arrive from however many threads, and one capture at a
-//   time is being advanced.
+// - The pipeline runs on the thread of its WorkLoop, one capture at a time,
+//   so the vision model gets one request at a time. work() waits for it;
+//   startWork() only asks.
 // - keep, keepImported, the edits and the reads of store() may be called from
-//   any thread. They run on the caller's thread against the store (whose
-//   connection serialises them with the pipeline's writes) and never wait for
-//   the drain or a model call.
-// - onChange is called on the thread that made the change: the pipeline
-//   thread, or the caller of keep and the edits. No lock of the Library is
-//   held during the call, so the handler may call back into the Library. The
+//   any thread. They run on the caller's thread against the store, whose
+//   connection serialises them with the pipeline's writes, and never wait for
+//   the pipeline or a model call. So a stage can't assume the row is as it
+//   was: a capture deleted during its description is simply found gone.
+// - onChange is called on the thread that made the change: the pipeline's,
+//   or the caller of keep and the edits. No lock of the Library is held during
+//   the call, so the handler may call back into the Library. The
 //   application's handler runs its reload on its UI thread and waits for it;
-//   when it is already on that thread it must run the reload directly, and the
-//   UI thread must never call work() (it would wait on a drain that waits on
-//   the UI thread): it calls startWork().
+//   when it is already on that thread it must run the reload directly, and
+//   the UI thread must never call work() (it would wait on a pipeline that
+//   waits on the UI thread): it calls startWork().
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -31,42 +33,37 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "core/library/work_loop.h"
 #include "core/media/media_importer.h"
 #include "core/model/bytes.h"
 #include "core/model/capture.h"
+#include "core/organizing/organizer.h"
 #include "core/store/library_store.h"
+#include "core/understanding/ollama_client.h"
 
 namespace brindlemoor {
 
 class Library {
  public:
-  // Carries one capture as far as it can go now and records each stage it
-  // passes in the store. It must not throw: a failure is recorded on the
-  // capture with a retry time, which keeps it out of the next batch.
-  using Advance = std::function<void(const Capture&)>;
   using OnChange = std::function<void()>;
 
-  // Pending captures are taken in batches of this size, oldest first.
-  static constexpr std::int64_t kBatchSize = 20;
-
-  // Starts the pipeline thread, idle. `advance` is the per-capture step the
-  // drain runs.
-  Library(std::unique_ptr<LibraryStore> store, std::string visionModel, std::string embeddingModel,
-          Advance advance);
-  // Stops the pipeline after the capture in hand (recorded stages stay) and
-  // releases every work() still waiting.
+  // Starts idle. `visionModel` describes and names, `embeddingModel` embeds;
+  // `organizer` holds the thresholds of filing.
+  Library(std::unique_ptr<LibraryStore> store, OllamaClient client, std::string visionModel,
+          std::string embeddingModel, Organizer organizer);
+  // Stops the pipeline after the capture in hand.
   ~Library();
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 
   // The store the pipeline writes to; its reads may be made from any thread.
   LibraryStore& store() { return *m_store; }
+  const OllamaClient& client() const { return m_client; }
 
-  // The vision model for descriptions. A change applies from the next
-  // description; one under way finishes with the old model.
+  // The vision model for descriptions and names. A change applies from the
+  // next description; one under way finishes with the old model.
   std::string visionModel() const;
   void setVisionModel(std::string name);
   const std::string& embeddingModel() const { return m_embeddingModel; }
@@ -85,11 +82,11 @@ class Library {
   void keepImported(const MediaImporter::Imported& imported, const std::filesystem::path& original);
 
   // Returns once the pipeline has nothing it can do now: every capture not
-  // organized has been advanced, or waits for its retry time. Never throws.
-  // Not to be called from the thread onChange waits on (see above).
-  void work();
+  // organized has been taken as far as it goes, or waits for its retry time.
+  // Never throws. Not to be called from the thread onChange waits on.
+  void work() { m_loop.work(); }
   // Asks for the same without waiting for it.
-  void startWork();
+  void startWork() { m_loop.startWork(); }
 
   // The user's edits. None moves a stage or starts the pipeline; a store
   // failure is dropped, and each ends in one onChange, failed or not.
@@ -105,25 +102,34 @@ class Library {
   void deleteCapture(const std::string& id);
 
  private:
-  void runPipeline();
-  void drain();
+  // The pipeline (library_pipeline.cc): carries one capture as far as it
+  // can go now; never throws.
+  void advance(const Capture& capture);
+  void read(Capture& current);
+  void describe(Capture& current);
+  void embed(Capture& current);
+  Bytes pictureOf(const Capture& capture);
+  Bytes scaledPictureOf(const Capture& capture);
+
+  // Filing (library_organize.cc): joins, forms or leaves unsorted, then
+  // names the collection if that is due. Throws the store's and the model's
+  // failures.
+  void organize(const std::string& id);
+  void nameIfDue(const std::string& id);
+
   void changed();
   void edit(std::initializer_list<std::function<void()>> steps);
-  bool stopping();
 
   std::unique_ptr<LibraryStore> m_store;
+  const OllamaClient m_client;
   const std::string m_embeddingModel;
-  const Advance m_advance;
+  const Organizer m_organizer;
 
   mutable std::mutex m_mutex;
-  std::string m_visionModel;           // guarded by m_mutex
-  OnChange m_onChange;                 // guarded by m_mutex
-  std::uint64_t m_requested = 0;       // guarded by m_mutex: work asked for, counted
-  std::uint64_t m_served = 0;          // guarded by m_mutex: asks a finished drain has answered
-  bool m_stopping = false;             // guarded by m_mutex
-  std::condition_variable m_wake;      // the pipeline thread waits here for asks
-  std::condition_variable m_answered;  // work() waits here for its ask to be served
-  std::thread m_pipeline;              // last, so it starts after everything it uses
+  std::string m_visionModel;  // guarded by m_mutex
+  OnChange m_onChange;        // guarded by m_mutex
+
+  WorkLoop m_loop;  // last: its thread starts once everything it uses is there
 };
 
 }  // namespace brindlemoor

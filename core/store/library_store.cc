@@ -54,6 +54,21 @@ std::string idPath(std::string_view folder, std::string_view id, std::string_vie
   return path;
 }
 
+// Counts from rows of `raw` and `n`, by the value whose raw string `raw` is;
+// an unknown one counts under `unknown`, or not at all.
+template <class T>
+std::map<T, std::int64_t> countsByRaw(const std::vector<Database::Row>& rows,
+                                      std::optional<T> unknown) {
+  std::map<T, std::int64_t> result;
+  for (const auto& row : rows) {
+    const std::string* raw = row["raw"].textValue();
+    std::optional<T> value = raw ? T::fromRaw(*raw) : std::nullopt;
+    if (!value) value = unknown;
+    if (value) result[*value] += row["n"].intValue().value_or(0);
+  }
+  return result;
+}
+
 std::int64_t firstCount(const std::vector<Database::Row>& rows) {
   if (rows.empty()) return 0;
   return rows.front()["n"].intValue().value_or(0);
@@ -298,6 +313,11 @@ std::vector<Capture> LibraryStore::pending(Date now, std::int64_t limit) {
                  "c.created_at ASC");
 }
 
+std::vector<Capture> LibraryStore::unfinished(std::int64_t limit) {
+  return listing("c.stage != ?", {CaptureStage(CaptureStage::organized).raw()}, limit,
+                 "c.created_at ASC");
+}
+
 std::vector<CaptureCollection> LibraryStore::collections() {
   std::vector<CaptureCollection> result;
   for (const auto& row :
@@ -359,15 +379,16 @@ std::vector<std::pair<CaptureKind, std::int64_t>> LibraryStore::kindCounts() {
   return result;
 }
 
+std::map<CaptureStage, std::int64_t> LibraryStore::stageCounts() {
+  // An unknown stage counts as `captured`, as the row mapping reads it.
+  return countsByRaw<CaptureStage>(
+      m_db.query("SELECT stage AS raw, count(*) AS n FROM captures GROUP BY stage"),
+      CaptureStage::captured);
+}
+
 std::map<CaptureMedia, std::int64_t> LibraryStore::mediaCounts() {
-  std::map<CaptureMedia, std::int64_t> result;
-  for (const auto& row : m_db.query("SELECT media, count(*) AS n FROM captures GROUP BY media")) {
-    const std::string* raw = row["media"].textValue();
-    if (auto media = raw ? CaptureMedia::fromRaw(*raw) : std::nullopt) {
-      result[*media] = row["n"].intValue().value_or(0);
-    }
-  }
-  return result;
+  return countsByRaw<CaptureMedia>(
+      m_db.query("SELECT media AS raw, count(*) AS n FROM captures GROUP BY media"), std::nullopt);
 }
 
 std::vector<std::pair<std::string, std::int64_t>> LibraryStore::sourceCounts(std::int64_t limit) {

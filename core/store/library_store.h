@@ -104,6 +104,9 @@ class LibraryStore {
   std::vector<Capture> captures(const std::vector<std::string>& ids);
   // Captures not yet organized whose retry time has come, the oldest first.
   std::vector<Capture> pending(Date now, std::int64_t limit);
+  // Captures not yet organized, whether or not their retry time has come,
+  // the oldest first.
+  std::vector<Capture> unfinished(std::int64_t limit);
   // With their counts; the most recently touched first.
   std::vector<CaptureCollection> collections();
   // The stored vector, whichever model made it.
@@ -116,6 +119,8 @@ class LibraryStore {
   std::vector<TextHit> textSearch(std::string_view query, std::int64_t limit);
   // Known kinds with their counts, the largest first.
   std::vector<std::pair<CaptureKind, std::int64_t>> kindCounts();
+  // Stages that have captures, with their counts.
+  std::map<CaptureStage, std::int64_t> stageCounts();
   // Media that have captures, with their counts.
   std::map<CaptureMedia, std::int64_t> mediaCounts();
   // Sources of screen captures with their counts, the largest first, ties by

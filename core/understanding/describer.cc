@@ -276,17 +276,6 @@ CaptureDescription Describer::describe(const Bytes& image, const Context& contex
                context.windowTitle.empty() ? context.app : context.windowTitle);
 }
 
-CaptureDescription Describer::describe(const Bytes& image, std::string_view app,
-                                       std::string_view windowTitle,
-                                       const std::optional<std::string>& url,
-                                       std::string_view ocrText) const {
-  Context context;
-  context.app = app;
-  context.windowTitle = windowTitle;
-  context.url = url;
-  return describe(image, context, ocrText);
-}
-
 std::string Describer::excerpt(std::string_view text) {
   const std::string trimmed = Text::trimmed(text);
   if (trimmed.empty()) return "(none)";
@@ -317,11 +306,6 @@ std::string Describer::prompt(const Context& context, std::string_view ocrExcerp
       break;
   }
   return head + tail(ocrExcerpt);
-}
-
-std::string Describer::prompt(std::string_view app, std::string_view windowTitle,
-                              const std::optional<std::string>& url, std::string_view ocrExcerpt) {
-  return screenHead(app, windowTitle, url) + tail(ocrExcerpt);
 }
 
 CaptureDescription Describer::parse(std::string_view raw, std::string_view ocrText,

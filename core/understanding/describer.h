@@ -88,10 +88,6 @@ class Describer {
   // Throws OllamaClient::Failure from the model call and ParseError.
   CaptureDescription describe(const Bytes& image, const Context& context,
                               std::string_view ocrText) const;
-  // The same for a screen capture known only by its app, window and address.
-  CaptureDescription describe(const Bytes& image, std::string_view app,
-                              std::string_view windowTitle, const std::optional<std::string>& url,
-                              std::string_view ocrText) const;
 
   // The form of a long text that may enter a prompt: trimmed of white space
   // and line ends, cut to its first 3000 characters followed by "…" when
@@ -104,9 +100,6 @@ class Describer {
   // as a long date with a short time in `locale` and `timeZone`.
   static std::string prompt(const Context& context, std::string_view ocrExcerpt,
                             const icu::Locale& locale, const icu::TimeZone& timeZone);
-  // The prompt of a screen capture with no duration, date or transcript.
-  static std::string prompt(std::string_view app, std::string_view windowTitle,
-                            const std::optional<std::string>& url, std::string_view ocrExcerpt);
 
   // Reads a model's reply. `ocrText` is all the text known to be on the
   // capture (read text and transcript); highlights and links the model gives

@@ -1,3 +1,5 @@
+#include "core/library/work_loop.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -5,7 +7,6 @@
 #include <mutex>
 #include <thread>
 
-#include "core/library/library.h"
 #include "tests/testing/sample_captures.h"
 #include "tests/testing/temp_dir.h"
 
@@ -15,62 +16,59 @@ namespace {
 using testing::sampleCapture;
 using testing::sampleID;
 
-// Runs a Library whose per-capture step is given by the test, and records
-// which captures the drain handed to it, in order.
-class WorkLoop : public ::testing::Test {
+// Runs a WorkLoop whose step is given by the test, and records which
+// captures the drain handed to it, in order.
+class WorkLoopTest : public ::testing::Test {
  protected:
   void start(std::function<void(const Capture&)> step) {
     m_step = std::move(step);
-    m_writer = std::make_unique<LibraryStore>(m_dir.path());
-    m_library = std::make_unique<Library>(std::make_unique<LibraryStore>(m_dir.path()), "v", "e",
-                                          [this](const Capture& capture) {
-                                            const int running = ++m_running;
-                                            m_overlapped = m_overlapped || running > 1;
-                                            {
-                                              std::lock_guard lock(m_mutex);
-                                              m_seen.push_back(capture.id);
-                                            }
-                                            m_step(capture);
-                                            --m_running;
-                                          });
+    m_loop = std::make_unique<WorkLoop>(m_store, [this](const Capture& capture) {
+      const int running = ++m_running;
+      m_overlapped = m_overlapped || running > 1;
+      {
+        std::lock_guard lock(m_mutex);
+        m_seen.push_back(capture.id);
+      }
+      m_step(capture);
+      --m_running;
+    });
   }
-  // Files the capture as the last stage does, through a connection of its own
-  // so that it outlives the Library under test.
-  void organize(const Capture& capture) { m_writer->setCollection(capture.id, std::nullopt); }
+  // Files the capture as the last stage does.
+  void organize(const Capture& capture) { m_store.setCollection(capture.id, std::nullopt); }
   std::vector<std::string> seen() {
     std::lock_guard lock(m_mutex);
     return m_seen;
   }
 
   testing::TempDir m_dir;
+  LibraryStore m_store{m_dir.path()};
   std::function<void(const Capture&)> m_step;
-  std::unique_ptr<LibraryStore> m_writer;
-  std::unique_ptr<Library> m_library;
   std::mutex m_mutex;
   std::vector<std::string> m_seen;
   std::atomic<int> m_running = 0;
   std::atomic<bool> m_overlapped = false;
+  std::unique_ptr<WorkLoop> m_loop;  // last, so its thread stops before the rest goes
 };
 
-TEST_F(WorkLoop, AnEmptyLibraryReturnsAtOnce) {
+TEST_F(WorkLoopTest, AnEmptyLibraryReturnsAtOnce) {
   start([](const Capture&) { FAIL() << "nothing to advance"; });
-  m_library->work();
-  m_library->work();
+  m_loop->work();
+  m_loop->work();
   EXPECT_TRUE(seen().empty());
 }
 
-TEST_F(WorkLoop, OldestFirstInBatchesAndALateKeepJoinsTheNextBatch) {
+TEST_F(WorkLoopTest, OldestFirstInBatchesAndALateKeepJoinsTheNextBatch) {
   bool keptLate = false;
   start([&](const Capture& capture) {
     if (!keptLate) {
       keptLate = true;
       // Older than everything, so the next batch takes it first.
-      m_library->store().insert(sampleCapture(999, 1));
+      m_store.insert(sampleCapture(999, 1));
     }
     organize(capture);
   });
-  for (int n = 45; n >= 1; --n) m_library->store().insert(sampleCapture(n, 100 + n));
-  m_library->work();
+  for (int n = 45; n >= 1; --n) m_store.insert(sampleCapture(n, 100 + n));
+  m_loop->work();
 
   std::vector<std::string> expected;
   for (int n = 1; n <= 20; ++n) expected.push_back(sampleID(n));
@@ -79,37 +77,37 @@ TEST_F(WorkLoop, OldestFirstInBatchesAndALateKeepJoinsTheNextBatch) {
   EXPECT_EQ(seen(), expected);
 }
 
-TEST_F(WorkLoop, ACaptureWaitsForItsRetryTime) {
+TEST_F(WorkLoopTest, ACaptureWaitsForItsRetryTime) {
   start([&](const Capture& capture) {
-    m_library->store().recordFailure(capture.id, "Ollama is not running", 60, now());
+    m_store.recordFailure(capture.id, "Ollama is not running", 60, now());
   });
-  m_library->store().insert(sampleCapture(1, 10));
-  m_library->work();
-  m_library->work();
+  m_store.insert(sampleCapture(1, 10));
+  m_loop->work();
+  m_loop->work();
   EXPECT_EQ(seen().size(), 1u) << "the second work() finds nothing due";
-  const auto capture = m_library->store().capture(sampleID(1));
+  const auto capture = m_store.capture(sampleID(1));
   EXPECT_EQ(capture->lastError, "Ollama is not running");
   EXPECT_EQ(capture->stage, CaptureStage::captured);
 }
 
-TEST_F(WorkLoop, ConcurrentWorkCallsShareOneDrain) {
+TEST_F(WorkLoopTest, ConcurrentWorkCallsShareOneDrain) {
   start([&](const Capture& capture) {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
     organize(capture);
   });
-  for (int n = 1; n <= 30; ++n) m_library->store().insert(sampleCapture(n, n));
+  for (int n = 1; n <= 30; ++n) m_store.insert(sampleCapture(n, n));
   std::vector<std::thread> callers;
-  for (int i = 0; i < 10; ++i) callers.emplace_back([&] { m_library->work(); });
+  for (int i = 0; i < 10; ++i) callers.emplace_back([&] { m_loop->work(); });
   for (auto& caller : callers) caller.join();
 
   auto ids = seen();
   EXPECT_EQ(ids.size(), 30u) << "each capture advanced exactly once";
   EXPECT_TRUE(std::is_sorted(ids.begin(), ids.end()));
   EXPECT_FALSE(m_overlapped) << "two captures were in the step at once";
-  EXPECT_TRUE(m_library->store().pending(now(), 1).empty());
+  EXPECT_TRUE(m_store.pending(now(), 1).empty());
 }
 
-TEST_F(WorkLoop, WorkAskedDuringADrainLooksAgainAfterIt) {
+TEST_F(WorkLoopTest, WorkAskedDuringADrainLooksAgainAfterIt) {
   std::atomic<bool> inStep = false;
   std::atomic<bool> release = false;
   start([&](const Capture& capture) {
@@ -117,48 +115,44 @@ TEST_F(WorkLoop, WorkAskedDuringADrainLooksAgainAfterIt) {
     while (!release) std::this_thread::yield();
     organize(capture);
   });
-  m_library->store().insert(sampleCapture(1, 1));
-  m_library->startWork();
+  m_store.insert(sampleCapture(1, 1));
+  m_loop->startWork();
   while (!inStep) std::this_thread::yield();
   // The drain already took its batch; this capture is found by the next look.
-  m_library->store().insert(sampleCapture(2, 2));
-  std::thread waiter([&] { m_library->work(); });
+  m_store.insert(sampleCapture(2, 2));
+  std::thread waiter([&] { m_loop->work(); });
   release = true;
   waiter.join();
   EXPECT_EQ(seen(), (std::vector<std::string>{sampleID(1), sampleID(2)}));
 }
 
-TEST_F(WorkLoop, AfterARestartEveryUnfinishedCaptureIsTakenUpAgain) {
-  {
-    LibraryStore store(m_dir.path());
-    for (int n = 1; n <= 3; ++n) store.insert(sampleCapture(n, n));
-    store.setRead(sampleID(2), "text", std::nullopt);
-    store.setCollection(sampleID(3), std::nullopt);
-  }
+TEST_F(WorkLoopTest, AfterARestartEveryUnfinishedCaptureIsTakenUpAgain) {
+  for (int n = 1; n <= 3; ++n) m_store.insert(sampleCapture(n, n));
+  m_store.setRead(sampleID(2), "text", std::nullopt);
+  m_store.setCollection(sampleID(3), std::nullopt);
   std::vector<CaptureStage> stages;
   start([&](const Capture& capture) {
     stages.push_back(capture.stage);
     organize(capture);
   });
-  m_library->work();
+  m_loop->work();
   EXPECT_EQ(seen(), (std::vector<std::string>{sampleID(1), sampleID(2)}));
   EXPECT_EQ(stages, (std::vector<CaptureStage>{CaptureStage::captured, CaptureStage::read}));
 }
 
-TEST_F(WorkLoop, DestroyingTheLibraryReleasesWaiters) {
+TEST_F(WorkLoopTest, DestroyingTheLibraryReleasesWaiters) {
   std::atomic<bool> inStep = false;
   start([&](const Capture& capture) {
     inStep = true;
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     organize(capture);
   });
-  for (int n = 1; n <= 5; ++n) m_library->store().insert(sampleCapture(n, n));
-  m_library->startWork();
+  for (int n = 1; n <= 5; ++n) m_store.insert(sampleCapture(n, n));
+  m_loop->startWork();
   while (!inStep) std::this_thread::yield();
-  m_library.reset();
+  m_loop.reset();
   EXPECT_LT(seen().size(), 5u) << "it stopped after the capture in hand";
-  LibraryStore store(m_dir.path());
-  EXPECT_EQ(store.pending(now(), 20).size(), 5u - seen().size());
+  EXPECT_EQ(m_store.pending(now(), 20).size(), 5u - seen().size());
 }
 
 }  // namespace

@@ -110,7 +110,6 @@ TEST_F(DescriberPrompt, ScreenWithoutTitleOrAddress) {
   Describer::Context context;
   context.app = "Terminal";
   EXPECT_EQ(prompt(context, "(none)"), expected);
-  EXPECT_EQ(Describer::prompt("Terminal", "", std::nullopt, "(none)"), expected);
 }
 
 TEST_F(DescriberPrompt, ScreenIgnoresWhatOnlyImportedMediaHave) {
@@ -120,7 +119,10 @@ TEST_F(DescriberPrompt, ScreenIgnoresWhatOnlyImportedMediaHave) {
   context.duration = 3;
   context.takenAt = m_taken;
   context.transcript = "hello";
-  EXPECT_EQ(prompt(context, "milk"), Describer::prompt("Notes", "List", std::nullopt, "milk"));
+  Describer::Context plain;
+  plain.app = "Notes";
+  plain.windowTitle = "List";
+  EXPECT_EQ(prompt(context, "milk"), prompt(plain, "milk"));
 }
 
 TEST_F(DescriberPrompt, PhotoWithDateInTheUsersLocaleAndZone) {
@@ -563,13 +565,12 @@ TEST_F(DescriberDescribe, SendsOnePictureAndThePromptAndBelievesWhatIsProved) {
 
 TEST_F(DescriberDescribe, ScreenFormFallsBackToTheAppForTitle) {
   m_daemon.setReply(R"({"summary": "Settings"})");
-  const auto description =
-      m_describer.describe({1, 2, 3}, "System Settings", "", "https://x.example.org", "");
+  Describer::Context context;
+  context.app = "System Settings";
+  context.url = "https://x.example.org";
+  const auto description = m_describer.describe({1, 2, 3}, context, "");
   EXPECT_EQ(description.title, "System Settings");
   EXPECT_EQ(description.links, Strings{"https://x.example.org"});
-  const auto body = nlohmann::json::parse(m_daemon.lastBody("/api/generate").value());
-  EXPECT_EQ(body["prompt"],
-            Describer::prompt("System Settings", "", "https://x.example.org", "(none)"));
 }
 
 TEST_F(DescriberDescribe, PassesFailuresOn) {

@@ -1,0 +1,110 @@
+// The pipeline's stages: what advance() does to one capture. Each stage calls
+// a neighbour, records what it got and moves the stage on in the same write,
+// so the row alone says how far a capture has come.
+
+#include <unicode/locid.h>
+
+#include "core/library/files.h"
+#include "core/library/library.h"
+#include "core/library/retry_plan.h"
+#include "core/media/thumbnailer.h"
+#include "core/media/transcriber.h"
+#include "core/understanding/describer.h"
+#include "core/understanding/embedding_text.h"
+#include "core/understanding/reader.h"
+
+namespace brindlemoor {
+namespace {
+
+// What the models see: at most 1280 pixels at quality 0.85.
+constexpr int kModelPixels = 1280;
+constexpr double kModelQuality = 0.85;
+constexpr double kEmbedTimeout = 60;
+
+}  // namespace
+
+void Library::advance(const Capture& capture) {
+  Capture current = capture;
+  RetryPlan plan;
+  try {
+    if (current.stage == CaptureStage::captured) read(current);
+    if (current.stage == CaptureStage::read) describe(current);
+    if (current.stage == CaptureStage::described) embed(current);
+    if (current.stage == CaptureStage::embedded) {
+      organize(current.id);
+      changed();
+    }
+    return;
+  } catch (const std::exception& error) {
+    plan = RetryPlan::forFailure(error);
+  } catch (...) {
+    plan = RetryPlan::forUnknownFailure();
+  }
+  // The stage stays: the next attempt starts at the step that failed.
+  try {
+    m_store->recordFailure(current.id, plan.message, plan.delay, now());
+  } catch (const Database::Failure&) {
+    // Dropped on purpose: without a retry time the capture is simply taken
+    // up again by the next work().
+  }
+  changed();
+}
+
+// A video is read and described by its contact sheet, or by its display
+// image when the sheet is gone; anything else by its image.
+Bytes Library::pictureOf(const Capture& capture) {
+  if (capture.media == CaptureMedia::video) {
+    try {
+      return Files::read(m_store->sheetURL(capture.id));
+    } catch (const Files::Failure&) {
+      // The display image stands in for a missing sheet.
+    }
+  }
+  return Files::read(m_store->imageURL(capture));
+}
+
+Bytes Library::scaledPictureOf(const Capture& capture) {
+  Bytes picture = pictureOf(capture);
+  if (auto scaled = Thumbnailer::jpeg(picture, kModelPixels, kModelQuality)) return *scaled;
+  return picture;
+}
+
+void Library::read(Capture& current) {
+  const std::string text = Reader::text(pictureOf(current));
+  std::optional<std::string> transcript;
+  if (current.media == CaptureMedia::video) {
+    if (auto original = m_store->originalURL(current)) {
+      transcript = Transcriber::transcribe(*original, icu::Locale::getDefault().getName());
+    }
+  }
+  m_store->setRead(current.id, text, transcript);
+  current.ocrText = text;
+  current.transcript = transcript;
+  current.stage = CaptureStage::read;
+}
+
+void Library::describe(Capture& current) {
+  const Describer describer(m_client, visionModel());
+  const Bytes picture = scaledPictureOf(current);
+  const CaptureDescription description =
+      describer.describe(picture, Describer::Context(current), current.ocrText.value_or(""));
+  m_store->setDescribed(current.id, description);
+  // Edits may have landed meanwhile; a capture deleted during the call is
+  // gone, and its pass ends here with the stage it had.
+  if (auto stored = m_store->capture(current.id)) current = std::move(*stored);
+  changed();
+}
+
+void Library::embed(Capture& current) {
+  const std::string document = EmbeddingText::document(current);
+  const Bytes picture = scaledPictureOf(current);
+  const std::string meaning = EmbeddingText::meaning(current);
+  const auto vectors = m_client.embed(
+      m_embeddingModel, {{document, picture}, {meaning, std::nullopt}}, kEmbedTimeout);
+  m_store->setEmbedding(
+      current.id, m_embeddingModel,
+      {{VectorSpace::look, vectors.at(0)}, {VectorSpace::meaning, vectors.at(1)}});
+  current.stage = CaptureStage::embedded;
+}
+
+}  // namespace brindlemoor

@@ -16,8 +16,7 @@ test: build
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
 run: build
-	@$(BUILD)/bench/library_benchmark
-	@$(BUILD)/bench/store_benchmark
+	@scripts/run-sample $(BUILD)
 
 clean:
 	@rm -rf $(BUILD)

@@ -1,0 +1,152 @@
+// brindlemoor-cli run as a user runs it: a separate process on a library in
+// a temporary home, against the imitation daemon.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "core/store/library_store.h"
+#include "tests/testing/child_process.h"
+#include "tests/testing/imitation_ollama.h"
+#include "tests/testing/media_files.h"
+#include "tests/testing/pictures.h"
+#include "tests/testing/temp_dir.h"
+
+namespace brindlemoor {
+namespace {
+
+constexpr const char* kVision = "vision:test";
+
+std::string describeOrName(const nlohmann::json& request) {
+  if (request.value("prompt", "").find("Name the collection") != std::string::npos) {
+    return R"({"name": "Tart Evenings", "emoji": "🥧"})";
+  }
+  return R"({"title": "Lemon tart", "summary": "A tart.", "kind": "recipe", "tags": ["baking"]})";
+}
+
+class Cli : public ::testing::Test {
+ protected:
+  Cli() {
+    m_daemon.setModels({kVision, "embeddinggemma-2:440m"});
+    m_daemon.setReply(describeOrName);
+    std::filesystem::create_directories(m_home.path() / "config" / "Brindlemoor");
+    std::ofstream(m_home.path() / "config" / "Brindlemoor" / "Brindlemoor.conf")
+        << "[General]\nvisionModel=" << kVision << "\n";
+  }
+
+  std::map<std::string, std::string> environment(const std::string& host) const {
+    return {{"HOME", m_home.path().string()},
+            {"XDG_DATA_HOME", (m_home.path() / "data").string()},
+            {"XDG_CONFIG_HOME", (m_home.path() / "config").string()},
+            {"OLLAMA_HOST", host}};
+  }
+  int run(const std::vector<std::string>& args, std::string* out = nullptr) {
+    testing::ChildProcess child(BRINDLEMOOR_CLI, args, environment(m_daemon.host()));
+    const int code = child.wait();
+    if (out) *out = child.out();
+    return code;
+  }
+  std::filesystem::path file(const std::string& name, const Bytes& bytes) const {
+    const auto path = m_home.path() / name;
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+    return path;
+  }
+  LibraryStore store() const { return LibraryStore(m_home.path() / "data" / "Brindlemoor"); }
+
+  testing::TempDir m_home;
+  testing::ImitationOllama m_daemon;
+};
+
+TEST_F(Cli, AnImportedPhotoAndSpokenVideoEndOrganizedInANamedCollection) {
+  const auto photo = file("Lemon Tart.PNG", testing::textPicture("Lemon tart with cream"));
+  const auto video = m_home.path() / "tart.mp4";
+  testing::TestVideo spoken;
+  spoken.width = 64;
+  spoken.height = 48;
+  spoken.sound = testing::speech("please show me the library", m_home.path());
+  spoken.seconds = static_cast<double>(spoken.sound->samples.size()) / spoken.sound->sampleRate;
+  testing::writeTestVideo(video, spoken);
+
+  std::string out;
+  ASSERT_EQ(run({"import", photo.string(), video.string()}, &out), 0) << out;
+  auto library = store();
+  EXPECT_EQ(library.count(), 2);
+  EXPECT_EQ(library.stageCounts()[CaptureStage::organized], 2);
+  const auto videos = library.captures(10, LibraryFilter::media(CaptureMedia::video));
+  ASSERT_EQ(videos.size(), 1u);
+  EXPECT_NE(videos[0].transcript.value_or("").find("library"), std::string::npos);
+  EXPECT_EQ(library.textSearch("cream", 5).size(), 1u);
+  const auto collections = library.collections();
+  ASSERT_EQ(collections.size(), 1u);
+  EXPECT_EQ(collections[0].name, "Tart Evenings");
+  EXPECT_EQ(collections[0].count, 2);
+
+  ASSERT_EQ(run({"status", "--json"}, &out), 0);
+  const auto status = nlohmann::json::parse(out);
+  EXPECT_EQ(status["stages"]["organized"], 2);
+  EXPECT_EQ(status["media"]["photo"], 1);
+  EXPECT_EQ(status["media"]["video"], 1);
+  EXPECT_TRUE(status["ollama"]["running"].get<bool>());
+  EXPECT_TRUE(status["models"]["missing"].empty());
+}
+
+TEST_F(Cli, FilesThatCannotBeReadAreNamedAndNothingOfThemIsKept) {
+  const auto empty = file("empty.jpg", {});
+  const auto text = file("notes.jpg", Bytes{'h', 'e', 'l', 'l', 'o'});
+  const auto good = file("good.png", testing::textPicture("Fine"));
+  testing::ChildProcess child(BRINDLEMOOR_CLI,
+                              {"import", empty.string(), text.string(), good.string()},
+                              environment(m_daemon.host()));
+  EXPECT_EQ(child.wait(), 1);
+  EXPECT_NE(child.err().find("Couldn't read empty.jpg, notes.jpg."), std::string::npos)
+      << child.err();
+  EXPECT_EQ(store().count(), 1);
+  EXPECT_EQ(run({"import", (m_home.path() / "readme.txt").string()}), 1)
+      << "nothing to import is a failure";
+}
+
+TEST_F(Cli, StatusTellsOfADaemonDownAndAMissingModel) {
+  std::string out;
+  m_daemon.setModels({kVision});
+  ASSERT_EQ(run({"status", "--json"}, &out), 0);
+  auto status = nlohmann::json::parse(out);
+  EXPECT_EQ(status["models"]["missing"], nlohmann::json::array({"embeddinggemma-2:440m"}));
+
+  testing::ClosedPort closed;
+  testing::ChildProcess child(BRINDLEMOOR_CLI, {"status", "--json"}, environment(closed.host()));
+  ASSERT_EQ(child.wait(), 0);
+  status = nlohmann::json::parse(child.out());
+  EXPECT_FALSE(status["ollama"]["running"].get<bool>());
+  EXPECT_EQ(status["captures"], 0);
+}
+
+TEST_F(Cli, AKilledWorkLosesNothingAndResumesWhereItStopped) {
+  std::vector<std::string> args{"import"};
+  for (int n = 0; n < 6; ++n) {
+    args.push_back(file("photo" + std::to_string(n) + ".png",
+                        testing::textPicture("Photo number " + std::to_string(n)))
+                       .string());
+  }
+  // Slow answers keep the pipeline busy long enough to be cut down midway.
+  m_daemon.setDelay(std::chrono::milliseconds(150));
+  {
+    testing::ChildProcess child(BRINDLEMOOR_CLI, args, environment(m_daemon.host()));
+    while (m_daemon.requestCount("/api/embed") < 2)
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    child.kill();
+    EXPECT_EQ(child.wait(), 128 + SIGKILL);
+  }
+  auto halfway = store();
+  EXPECT_EQ(halfway.count(), 6) << "every kept photo is still there";
+  EXPECT_LT(halfway.stageCounts()[CaptureStage::organized], 6);
+
+  m_daemon.setDelay(std::chrono::milliseconds(0));
+  ASSERT_EQ(run({"work"}), 0);
+  EXPECT_EQ(store().stageCounts()[CaptureStage::organized], 6);
+}
+
+}  // namespace
+}  // namespace brindlemoor

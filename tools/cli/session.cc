@@ -1,0 +1,82 @@
+#include "tools/cli/session.h"
+
+#include <iostream>
+#include <map>
+#include <mutex>
+#include <nlohmann/json.hpp>
+
+#include "core/understanding/models.h"
+#include "tools/cli/commands.h"
+#include "tools/common/settings.h"
+
+namespace brindlemoor::cli {
+
+std::variant<Options, int> Options::read(const std::vector<std::string>& args, const char* help) {
+  Options options;
+  for (const auto& arg : args) {
+    if (arg == "--json") {
+      options.json = true;
+    } else if (arg == "--help" || arg == "-h") {
+      std::cout << help;
+      return kSucceeded;
+    } else if (arg.starts_with("--")) {
+      std::cerr << "Unknown option " << arg << "; see --help.\n";
+      return kMisused;
+    } else {
+      options.rest.push_back(arg);
+    }
+  }
+  return options;
+}
+
+std::unique_ptr<Library> openLibrary() {
+  const auto root = LibraryStore::defaultRoot();
+  try {
+    return std::make_unique<Library>(std::make_unique<LibraryStore>(root), OllamaClient(),
+                                     Settings::visionModel(), std::string(Models::embedding),
+                                     Organizer());
+  } catch (const Failure& failure) {
+    std::cerr << "Brindlemoor cannot open its library at " << root.string() << ": "
+              << failure.what() << "\n";
+    return nullptr;
+  }
+}
+
+void workWithProgress(Library& library, const std::vector<std::string>& ids, bool json) {
+  // What was last said of each capture, so a line is written only on change.
+  std::map<std::string, std::pair<CaptureStage, std::optional<std::string>>> said;
+  std::mutex mutex;
+  auto report = [&] {
+    std::lock_guard lock(mutex);
+    std::vector<Capture> captures;
+    try {
+      captures = library.store().captures(ids);
+    } catch (const Database::Failure&) {
+      return;  // progress is a courtesy; the next change reports again
+    }
+    for (const auto& capture : captures) {
+      const auto now = std::make_pair(capture.stage, capture.lastError);
+      auto [entry, fresh] = said.try_emplace(capture.id, now);
+      if (!fresh && entry->second == now) continue;
+      entry->second = now;
+      if (json) {
+        nlohmann::json line{
+            {"id", capture.id}, {"title", capture.displayTitle()}, {"stage", capture.stage.raw()}};
+        if (capture.lastError) line["error"] = *capture.lastError;
+        std::cout << line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
+      } else {
+        std::cout << capture.id.substr(0, 8) << "  " << capture.stage.raw();
+        if (capture.lastError) std::cout << ", waits: " << *capture.lastError;
+        std::cout << "  " << capture.displayTitle() << "\n";
+      }
+    }
+    std::cout.flush();
+  };
+  report();
+  library.setOnChange(report);
+  library.work();
+  library.setOnChange(nullptr);
+  report();
+}
+
+}  // namespace brindlemoor::cli

@@ -1,0 +1,43 @@
+#include <iostream>
+
+#include "tools/cli/commands.h"
+#include "tools/cli/session.h"
+
+namespace brindlemoor::cli {
+namespace {
+
+constexpr const char* kHelp =
+    "Usage: brindlemoor-cli work [--json]\n"
+    "\n"
+    "Takes every capture that is not yet organized as far as it can go now:\n"
+    "reads its text, has the vision model describe it, embeds it and files it\n"
+    "in a collection, writing a line whenever a capture moves on or waits.\n"
+    "Captures that wait for a retry are left until their time has come.\n";
+
+// Enough to follow a whole import; more are worked on all the same.
+constexpr std::int64_t kFollowed = 100'000;
+
+}  // namespace
+
+int work(const std::vector<std::string>& args) {
+  const auto read = Options::read(args, kHelp);
+  if (const int* exitCode = std::get_if<int>(&read)) return *exitCode;
+  const Options& options = std::get<Options>(read);
+  if (!options.rest.empty()) {
+    std::cerr << "work takes no files; see --help.\n";
+    return kMisused;
+  }
+  auto library = openLibrary();
+  if (!library) return kFailed;
+  std::vector<std::string> ids;
+  try {
+    for (const auto& capture : library->store().unfinished(kFollowed)) ids.push_back(capture.id);
+  } catch (const Database::Failure& failure) {
+    std::cerr << failure.what() << "\n";
+    return kFailed;
+  }
+  workWithProgress(*library, ids, options.json);
+  return kSucceeded;
+}
+
+}  // namespace brindlemoor::cli

@@ -196,6 +196,10 @@ std::int64_t Database::lastInsertRowID() const {
   return sqlite3_last_insert_rowid(m_handle);
 }
 
+std::int64_t Database::totalChanges() const {
+  return sqlite3_total_changes64(m_handle);
+}
+
 void Database::rollback() noexcept {
   // The first error is the one worth reporting; a failed rollback adds nothing.
   sqlite3_exec(m_handle, "ROLLBACK", nullptr, nullptr, nullptr);

@@ -107,6 +107,8 @@ class Database {
     return query(sql, Arguments(args.begin(), args.size()));
   }
   std::int64_t lastInsertRowID() const;
+  // How many rows this connection has changed since it was opened.
+  std::int64_t totalChanges() const;
 
   // Runs `body` between "BEGIN IMMEDIATE" and "COMMIT" and gives its result.
   // If the body or the commit throws, rolls back (ignoring a failure of that)

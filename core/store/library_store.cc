@@ -350,6 +350,27 @@ std::vector<LibraryStore::IdVector> LibraryStore::vectors(std::string_view model
   return result;
 }
 
+std::vector<LibraryStore::Filing> LibraryStore::filings(std::int64_t limit) {
+  std::vector<Filing> result;
+  for (const auto& row :
+       m_db.query("SELECT id, collection_id, stage FROM captures ORDER BY created_at DESC LIMIT ?",
+                  {limit})) {
+    const std::string* id = row["id"].textValue();
+    const std::string* collection = row["collection_id"].textValue();
+    const std::string* stage = row["stage"].textValue();
+    result.push_back(
+        {id ? *id : "", collection ? std::optional(*collection) : std::nullopt,
+         (stage ? CaptureStage::fromRaw(*stage) : std::nullopt).value_or(CaptureStage::captured)});
+  }
+  return result;
+}
+
+LibraryStore::ChangeStamp LibraryStore::changeStamp() {
+  const auto rows = m_db.query("PRAGMA data_version");
+  return {rows.empty() ? 0 : rows.front()["data_version"].intValue().value_or(0),
+          m_db.totalChanges()};
+}
+
 std::vector<LibraryStore::TextHit> LibraryStore::textSearch(std::string_view query,
                                                             std::int64_t limit) {
   const std::string expression = internal::ftsQuery(query);

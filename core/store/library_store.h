@@ -113,6 +113,24 @@ class LibraryStore {
   std::optional<std::vector<float>> vector(std::string_view id, VectorSpace space);
   // Every vector of one space made by `model`, in one statement.
   std::vector<IdVector> vectors(std::string_view model, VectorSpace space);
+  // Where a capture stands for filing: its collection and its stage.
+  struct Filing {
+    std::string id;
+    std::optional<std::string> collectionID;
+    CaptureStage stage = CaptureStage::captured;
+  };
+  // The newest `limit` captures as filing sees them, in the order of
+  // captures(limit, recent), without reading the rest of each row.
+  std::vector<Filing> filings(std::int64_t limit);
+  // Changes whenever the library has changed since it was last asked: a
+  // commit of another connection, or a row changed through this one. Equal
+  // stamps mean that nothing read from the store can have changed.
+  struct ChangeStamp {
+    std::int64_t dataVersion = 0;
+    std::int64_t ownChanges = 0;
+    bool operator==(const ChangeStamp&) const = default;
+  };
+  ChangeStamp changeStamp();
   // Full-text matches of a user's words, the best first. Every word must
   // match a token's prefix in some column; stopwords and punctuation are
   // dropped, and a query of nothing else gives nothing without a query.

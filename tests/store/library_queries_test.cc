@@ -43,6 +43,12 @@ TEST(FtsQuery, QuotesPrefixTermsAndDropsStopwords) {
             "\"ärger\"* \"über\"* \"café\"* \"١٢٣\"* \"日本語\"*");
   EXPECT_EQ(internal::ftsQuery("naïve\xff\xfequote"), "\"naïve\"* \"quote\"*");
   EXPECT_EQ(internal::ftsQuery(std::string("nul\0byte", 8)), "\"nul\"* \"byte\"*");
+  std::string pasted;
+  for (int i = 0; i < 100000; ++i) pasted += "lemon w" + std::to_string(i) + " ";
+  const std::string expression = internal::ftsQuery(pasted);
+  EXPECT_EQ(expression.substr(0, 20), "\"lemon\"* \"w0\"* \"w1\"*");
+  EXPECT_EQ(std::count(expression.begin(), expression.end(), '*'), 32)
+      << "a pasted page stays small";
 }
 
 TEST_F(LibraryQueries, TextSearchFindsEveryIndexedFieldByPrefix) {

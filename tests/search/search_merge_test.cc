@@ -1,0 +1,159 @@
+#include "core/search/search_merge.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <map>
+#include <optional>
+#include <ostream>
+#include <set>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace brindlemoor {
+
+void PrintTo(SearchReason reason, std::ostream* out) {
+  *out << reason.raw();
+}
+
+namespace SearchMerge {
+void PrintTo(const Score& score, std::ostream* out) {
+  *out << score.id << ":" << score.score;
+}
+}  // namespace SearchMerge
+
+namespace {
+
+using SearchMerge::Score;
+using Ids = std::vector<std::string>;
+using Reasons = std::set<SearchReason>;
+
+// A stored vector as the store hands it over.
+struct Entry {
+  std::string id;
+  std::vector<float> vector;
+};
+
+// Scores named "s0", "s1", ... in the order given.
+std::vector<Score> field(const std::vector<float>& values) {
+  static const std::array<std::string, 12> names = {"s0", "s1", "s2", "s3", "s4",  "s5",
+                                                    "s6", "s7", "s8", "s9", "s10", "s11"};
+  std::vector<Score> result;
+  for (std::size_t i = 0; i < values.size(); ++i) result.push_back({names.at(i), values[i]});
+  return result;
+}
+
+std::vector<float> valuesOf(const std::vector<Score>& scores) {
+  std::vector<float> result;
+  for (const Score& s : scores) result.push_back(s.score);
+  return result;
+}
+
+TEST(SearchMergeScores, KeepsTheOrderOfTheVectorsAndLeavesOutTheExcludedId) {
+  const std::vector<Entry> entries = {
+      {"a", {0.6f, 0.8f}}, {"b", {1.0f, 0.0f}}, {"c", {0.0f, 1.0f}}, {"d", {-1.0f, 0.0f}}};
+  const std::vector<float> query = {1.0f, 0.0f};
+  EXPECT_EQ(SearchMerge::scores(query, entries, "b"),
+            (std::vector<Score>{{"a", 0.6f}, {"c", 0.0f}, {"d", -1.0f}}));
+  EXPECT_EQ(SearchMerge::scores(query, entries, std::nullopt).size(), 4u);
+}
+
+// The scores view the ids of the vectors they came from, so vectors that die
+// at the end of the call must not compile.
+template <class V>
+concept Scorable = requires(std::span<const float> query, V&& vectors) {
+  SearchMerge::scores(query, std::forward<V>(vectors), std::nullopt);
+};
+static_assert(Scorable<const std::vector<Entry>&>);
+static_assert(!Scorable<std::vector<Entry>>);
+
+TEST(SearchMergeStandouts, BelowSixScoresTheBestAndThoseNearItStandOut) {
+  EXPECT_TRUE(SearchMerge::standouts({}).empty());
+  EXPECT_EQ(SearchMerge::standouts(field({0.12f})), field({0.12f}));
+  EXPECT_EQ(SearchMerge::standouts(field({0.42f, 0.50f, 0.45f})),
+            (std::vector<Score>{{"s1", 0.50f}, {"s2", 0.45f}}));
+  // Five equal scores come back in their own order: the sort is stable.
+  EXPECT_EQ(SearchMerge::standouts(field(std::vector<float>(5, 0.7f))),
+            field(std::vector<float>(5, 0.7f)));
+}
+
+TEST(SearchMergeStandouts, FromSixScoresTheFloorAlsoStandsAboveTheMedian) {
+  EXPECT_TRUE(SearchMerge::standouts(field(std::vector<float>(6, 0.7f))).empty());
+  // near 0.83, lifted 0.58: the floor is near.
+  EXPECT_EQ(
+      valuesOf(SearchMerge::standouts(field({0.35f, 0.90f, 0.60f, 0.55f, 0.50f, 0.45f, 0.40f}))),
+      std::vector<float>{0.90f});
+  // near 0.55, lifted 0.66: the floor lies above the best score.
+  EXPECT_TRUE(
+      SearchMerge::standouts(field({0.62f, 0.60f, 0.59f, 0.58f, 0.50f, 0.49f, 0.48f})).empty());
+  // Of an even field the lower middle, 0.50, lifts the floor to 0.58, under
+  // near at 0.63; the upper middle, 0.60, would lift it to 0.68 and drop 0.66.
+  EXPECT_EQ(valuesOf(SearchMerge::standouts(field({0.30f, 0.40f, 0.50f, 0.60f, 0.66f, 0.70f}))),
+            (std::vector<float>{0.70f, 0.66f}));
+}
+
+TEST(SearchMergeMerge, RanksByReciprocalPositionsThenIdUpToTheLimit) {
+  EXPECT_EQ(SearchMerge::merge({{"a", "b"}, {"b", "c"}}, 60), (Ids{"b", "a", "c"}));
+  EXPECT_EQ(SearchMerge::merge({{"b", "a"}, {"a", "b"}}, 60), (Ids{"a", "b"}));
+  // "z" with 1/61 + 1/63 beats "a" with 1/61; counted once it would tie and
+  // lose by its id.
+  EXPECT_EQ(SearchMerge::merge({{"z", "b", "z"}, {"a"}}, 60), (Ids{"z", "a", "b"}));
+  EXPECT_EQ(SearchMerge::merge({{"a", "b"}, {"b", "c"}}, 2), (Ids{"b", "a"}));
+  EXPECT_TRUE(SearchMerge::merge({{"a", "b"}, {"b", "c"}}, 0).empty());
+}
+
+TEST(SearchMergeCoveredCollections, NeedThreeQuartersOfACollectionOfAtLeastThree) {
+  const SearchMerge::Members members = {
+      {"four", {"f1", "f2", "f3", "f4"}},
+      {"two", {"t1", "t2"}},
+      {"eight-5", {"e1", "e2", "e3", "e4", "e5", "e6", "e7", "e8"}},
+      {"eight-6", {"g1", "g2", "g3", "g4", "g5", "g6", "g7", "g8"}},
+  };
+  const Ids found = {"f1", "x",  "f3", "t1", "t2", "f2", "e1", "e2", "e3",
+                     "e4", "e5", "g1", "g2", "g3", "g4", "g5", "g6"};
+  // Ascending by collection id; 6 of 8 is exactly three quarters.
+  EXPECT_EQ(SearchMerge::coveredCollections(found, members), (Ids{"eight-6", "four"}));
+}
+
+TEST(SearchMergeCompletingCollections, AppendsTheMissingCapturesCollectionByCollectionOnce) {
+  const SearchMerge::Members members = {
+      {"c1", {"k", "m", "n", "l"}},
+      {"c2", {"s", "r", "u", "t"}},
+      {"c3", {"v", "w", "y", "z"}},  // only one of four found
+  };
+  EXPECT_EQ(SearchMerge::completingCollections({"t", "n", "k", "s", "v", "m", "u"}, members),
+            (Ids{"t", "n", "k", "s", "v", "m", "u", "l", "r"}));
+  EXPECT_EQ(SearchMerge::completingCollections({"k", "v", "w"}, members), (Ids{"k", "v", "w"}));
+  const SearchMerge::Members sharing = {{"c1", {"a", "b", "c", "shared"}},
+                                        {"c2", {"d", "e", "f", "shared"}}};
+  EXPECT_EQ(SearchMerge::completingCollections({"a", "b", "c", "d", "e", "f"}, sharing),
+            (Ids{"a", "b", "c", "d", "e", "f", "shared"}));
+}
+
+TEST(SearchMergeReasons, GatherEveryListNamingAnIdAndCollectionAloneForTheRest) {
+  const auto why = SearchMerge::reasons({{SearchReason::meaning, {"a", "c"}},
+                                         {SearchReason::words, {"b", "a"}},
+                                         {SearchReason::look, {}}},
+                                        {"a", "b", "c", "filled"});
+  const std::map<std::string, Reasons> expected = {
+      {"a", {SearchReason::words, SearchReason::meaning}},
+      {"b", {SearchReason::words}},
+      {"c", {SearchReason::meaning}},
+      {"filled", {SearchReason::collection}}};
+  EXPECT_EQ(why, expected);
+}
+
+TEST(SearchReason, RawStringsAreTheNamesInMergeOrder) {
+  std::vector<std::string> raws;
+  for (SearchReason reason : SearchReason::all()) {
+    raws.emplace_back(reason.raw());
+    EXPECT_EQ(SearchReason::fromRaw(reason.raw()), reason);
+  }
+  EXPECT_EQ(raws, (std::vector<std::string>{"words", "look", "meaning", "collection"}));
+  EXPECT_EQ(SearchReason::fromRaw("Words"), std::nullopt);
+}
+
+}  // namespace
+}  // namespace brindlemoor

@@ -63,7 +63,10 @@ struct Filing {
     std::normal_distribution<float> noise(0, spread);
     std::vector<float> vector(centre);
     float norm = 0;
-    for (float& x : vector) norm += (x += noise(random)) * x;
+    for (float& x : vector) {
+      x += noise(random);
+      norm += x * x;
+    }
     for (float& x : vector) x /= std::sqrt(norm);
     return vector;
   }

@@ -11,6 +11,7 @@ Library::Library(std::unique_ptr<LibraryStore> store, OllamaClient client, std::
       m_embeddingModel(std::move(embeddingModel)),
       m_organizer(organizer),
       m_visionModel(std::move(visionModel)),
+      m_searchIndex(*m_store, m_embeddingModel),
       m_loop(*m_store, [this](const Capture& capture) { advance(capture); }) {}
 
 // The loop's thread is stopped first, by m_loop's own destructor, before the

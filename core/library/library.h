@@ -33,13 +33,16 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "core/library/search_index.h"
 #include "core/library/work_loop.h"
 #include "core/media/media_importer.h"
 #include "core/model/bytes.h"
 #include "core/model/capture.h"
 #include "core/organizing/organizer.h"
+#include "core/search/search_findings.h"
 #include "core/store/library_store.h"
 #include "core/understanding/ollama_client.h"
 
@@ -88,6 +91,23 @@ class Library {
   // Asks for the same without waiting for it.
   void startWork() { m_loop.startWork(); }
 
+  // --- Search (library_search.cc). None of these throws. ---
+
+  // The least similarity in the `meaning` space for a capture to be related.
+  static constexpr float relatedFloor = 0.76f;
+
+  // The captures that answer `query`, best first, each with why it came up,
+  // and the collections it covered: full text and both vector spaces merged
+  // by rank, then the rest of each collection the first 60 results nearly
+  // cover. A judge that can't answer (Ollama down, a failed read) is left
+  // out; a blank query gives nothing and asks nobody.
+  SearchFindings findings(std::string_view query);
+  // The captures of findings(query), in order.
+  std::vector<Capture> search(std::string_view query);
+  // At most `limit` captures whose meaning is at least relatedFloor alike to
+  // the capture `id`'s, the most alike first, never the capture itself.
+  std::vector<Capture> related(const std::string& id, std::size_t limit);
+
   // The user's edits. None moves a stage or starts the pipeline; a store
   // failure is dropped, and each ends in one onChange, failed or not.
   void setNote(const std::string& id, const std::optional<std::string>& note);
@@ -128,6 +148,8 @@ class Library {
   mutable std::mutex m_mutex;
   std::string m_visionModel;  // guarded by m_mutex
   OnChange m_onChange;        // guarded by m_mutex
+
+  SearchIndex m_searchIndex;
 
   WorkLoop m_loop;  // last: its thread starts once everything it uses is there
 };

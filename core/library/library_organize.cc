@@ -25,7 +25,7 @@ void Library::organize(const std::string& id) {
   }
   std::unordered_map<std::string, Organizer::Group> groups;
   std::vector<Organizer::Unsorted> unsorted;
-  for (const Capture& capture : m_store->captures(kAllCaptures, LibraryFilter::recent())) {
+  for (const LibraryStore::Filing& capture : m_store->filings(kAllCaptures)) {
     if (capture.id == id) continue;
     const auto found = vectors.find(capture.id);
     if (found == vectors.end()) continue;

@@ -1,0 +1,92 @@
+// Speed of search on generated libraries of 10,000 and 100,000 captures,
+// each with a few words of text and 768-float vectors in both spaces, a
+// fifth of them in collections of 20, against the imitation daemon (its
+// embedding of the query costs well under a millisecond on loopback).
+// Read the p50 and p95 rows.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <random>
+
+#include "bench/one_at_a_time.h"
+#include "core/library/library.h"
+#include "core/understanding/vector_math.h"
+#include "tests/testing/imitation_ollama.h"
+#include "tests/testing/sample_captures.h"
+#include "tests/testing/temp_dir.h"
+
+namespace brindlemoor {
+namespace {
+
+constexpr int kDimension = 768;
+const char* const kWords[] = {"lemon",  "tart",   "invoice", "tram",   "lisbon", "kettle",
+                              "report", "garden", "recipe",  "budget", "quince", "harbour"};
+
+struct Generated {
+  testing::TempDir dir;
+  testing::ImitationOllama daemon;
+  std::unique_ptr<Library> library;
+
+  explicit Generated(int captures) {
+    daemon.setModels({"e"});
+    std::mt19937 random(5);
+    std::normal_distribution<float> normal;
+    {
+      LibraryStore store(dir.path());
+      for (int c = 0; c < captures / 100; ++c) {
+        store.insertCollection({"c" + std::to_string(c), "Group", "📁", now(), now(), 0, 0, false});
+      }
+      for (int n = 0; n < captures; ++n) {
+        const std::string id = testing::sampleID(n);
+        store.insert(testing::sampleCapture(n, n));
+        store.setRead(
+            id, std::string(kWords[n % 12]) + " " + kWords[(n / 12) % 12] + " " + std::to_string(n),
+            std::nullopt);
+        std::vector<float> look(kDimension), meaning(kDimension);
+        for (float& x : look) x = normal(random);
+        for (float& x : meaning) x = normal(random);
+        store.setEmbedding(id, "e",
+                           {{VectorSpace::look, VectorMath::unit(look)},
+                            {VectorSpace::meaning, VectorMath::unit(meaning)}});
+        const bool filed = n % 5 == 0;
+        store.setCollection(id, filed
+                                    ? std::optional("c" + std::to_string(n / 5 % (captures / 100)))
+                                    : std::nullopt);
+      }
+    }
+    library = std::make_unique<Library>(std::make_unique<LibraryStore>(dir.path()),
+                                        OllamaClient(daemon.host()), "v", "e", Organizer());
+    library->findings("warm");  // the first search reads the vectors in
+  }
+};
+
+Generated& library(int captures) {
+  static Generated small(10'000);
+  if (captures == 10'000) return small;
+  static Generated large(100'000);
+  return large;
+}
+
+void BM_Findings(benchmark::State& state) {
+  Generated& generated = library(static_cast<int>(state.range(0)));
+  std::size_t hits = 0;
+  for (auto _ : state) hits = generated.library->findings("lemon tart").hits.size();
+  state.counters["hits"] = static_cast<double>(hits);
+}
+BENCHMARK(BM_Findings)->Arg(10'000)->Arg(100'000)->Apply([](benchmark::internal::Benchmark* b) {
+  bench::oneAtATime(b, 50);
+});
+
+void BM_Related(benchmark::State& state) {
+  Generated& generated = library(static_cast<int>(state.range(0)));
+  for (auto _ : state)
+    benchmark::DoNotOptimize(generated.library->related(testing::sampleID(7), 10));
+}
+BENCHMARK(BM_Related)->Arg(10'000)->Arg(100'000)->Apply([](benchmark::internal::Benchmark* b) {
+  bench::oneAtATime(b, 50);
+});
+
+}  // namespace
+}  // namespace brindlemoor
+
+BENCHMARK_MAIN();

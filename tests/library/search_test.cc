@@ -1,0 +1,147 @@
+#include <gtest/gtest.h>
+
+#include "core/library/library.h"
+#include "core/understanding/embedding_text.h"
+#include "core/understanding/vector_math.h"
+#include "tests/testing/imitation_ollama.h"
+#include "tests/testing/sample_captures.h"
+#include "tests/testing/temp_dir.h"
+
+namespace brindlemoor {
+namespace {
+
+using testing::sampleCapture;
+using testing::sampleID;
+
+constexpr const char* kEmbedding = "embedding:test";
+constexpr int kDimension = 16;
+
+std::vector<std::string> idsOf(const SearchFindings& findings) {
+  std::vector<std::string> ids;
+  for (const auto& hit : findings.hits) ids.push_back(hit.capture.id);
+  return ids;
+}
+
+// A library on the imitation daemon whose captures are stored directly with
+// the texts and vectors a test chooses.
+class Search : public ::testing::Test {
+ protected:
+  Search() {
+    m_daemon.setModels({kEmbedding});
+    m_daemon.setDimension(kDimension);
+  }
+  // The unit vector the daemon gives for `query` as a search embeds it.
+  std::vector<float> queryVector(const std::string& query) {
+    return VectorMath::unit(
+        testing::ImitationOllama::embeddingOf(EmbeddingText::query(query), kDimension));
+  }
+  std::vector<float> opposite(std::vector<float> vector) {
+    for (float& x : vector) x = -x;
+    return vector;
+  }
+  void add(int n, const std::string& text, const std::vector<float>& meaning,
+           const std::optional<std::string>& collection = std::nullopt) {
+    store().insert(sampleCapture(n, n));
+    store().setRead(sampleID(n), text, std::nullopt);
+    store().setEmbedding(sampleID(n), kEmbedding,
+                         {{VectorSpace::look, meaning}, {VectorSpace::meaning, meaning}});
+    store().setCollection(sampleID(n), collection);
+  }
+  LibraryStore& store() { return m_library->store(); }
+  void useDaemon(const std::string& host) {
+    m_library = std::make_unique<Library>(std::make_unique<LibraryStore>(m_dir.path()),
+                                          OllamaClient(host), "vision", kEmbedding, Organizer());
+  }
+
+  testing::TempDir m_dir;
+  testing::ImitationOllama m_daemon;
+  std::unique_ptr<Library> m_library =
+      std::make_unique<Library>(std::make_unique<LibraryStore>(m_dir.path()),
+                                OllamaClient(m_daemon.host()), "vision", kEmbedding, Organizer());
+};
+
+TEST_F(Search, ABlankQueryAsksNobody) {
+  add(1, "anything", queryVector("x"));
+  EXPECT_EQ(m_library->findings("   \n"), SearchFindings{});
+  EXPECT_EQ(m_daemon.requestCount("/api/embed"), 0);
+}
+
+TEST_F(Search, WordsAndVectorsMergeWithTheirReasons) {
+  const auto close = queryVector("quince jam");
+  add(1, "quince jam on toast", close);            // words and both spaces
+  add(2, "a note about quince", opposite(close));  // words only
+  add(3, "nothing in common", close);              // both spaces only
+  const SearchFindings found = m_library->findings("quince jam");
+  EXPECT_EQ(idsOf(found), (std::vector<std::string>{sampleID(1), sampleID(3)}))
+      << "the second needs every word";
+  EXPECT_EQ(found.hits[0].reasons, (std::set<SearchReason>{SearchReason::words, SearchReason::look,
+                                                           SearchReason::meaning}));
+  EXPECT_EQ(found.hits[1].reasons,
+            (std::set<SearchReason>{SearchReason::look, SearchReason::meaning}));
+  EXPECT_EQ(m_library->search("quince")[0].id, sampleID(1)) << "found by two judges";
+}
+
+TEST_F(Search, WithTheDaemonDownWordsAloneAnswer) {
+  testing::ClosedPort closed;
+  useDaemon(closed.host());
+  add(1, "quince jam on toast", queryVector("quince"));
+  add(2, "plum", queryVector("quince"));
+  const SearchFindings found = m_library->findings("quince");
+  ASSERT_EQ(idsOf(found), std::vector<std::string>{sampleID(1)});
+  EXPECT_EQ(found.hits[0].reasons, std::set<SearchReason>{SearchReason::words});
+}
+
+TEST_F(Search, ANearlyCoveredCollectionIsCompleted) {
+  const auto far = opposite(queryVector("lisbon"));
+  store().insertCollection({"trip", "Trip", "🚋", now(), now(), 0, 0, false});
+  for (int n = 1; n <= 3; ++n) add(n, "lisbon tram " + std::to_string(n), far, "trip");
+  add(4, "the hotel booking", far, "trip");
+  add(5, "lisbon again, unsorted", far);
+  add(6, "elsewhere", far);  // a flat field of six or more: no vector stands out
+  const SearchFindings found = m_library->findings("lisbon");
+  ASSERT_EQ(found.hits.size(), 5u);
+  EXPECT_EQ(found.hits.back().capture.id, sampleID(4));
+  EXPECT_EQ(found.hits.back().reasons, std::set<SearchReason>{SearchReason::collection});
+  EXPECT_EQ(found.collectionIDs, std::vector<std::string>{"trip"});
+}
+
+TEST_F(Search, AnswersFollowChangesOfThisAndOtherConnections) {
+  const auto close = queryVector("medlar");
+  add(1, "medlar", close);
+  EXPECT_EQ(m_library->findings("medlar").hits.size(), 1u);
+
+  LibraryStore other(m_dir.path());  // as another process would write
+  other.insert(sampleCapture(2, 2));
+  other.setEmbedding(sampleID(2), kEmbedding,
+                     {{VectorSpace::look, close}, {VectorSpace::meaning, close}});
+  EXPECT_EQ(m_library->findings("medlar").hits.size(), 2u);
+
+  store().setEmbedding(
+      sampleID(2), kEmbedding,
+      {{VectorSpace::look, opposite(close)}, {VectorSpace::meaning, opposite(close)}});
+  EXPECT_EQ(m_library->findings("medlar").hits.size(), 1u);
+}
+
+TEST_F(Search, RelatedKeepsTheAlikeAboveTheFloor) {
+  auto along = [](float x, float y) {
+    std::vector<float> vector(kDimension, 0.0f);
+    vector[0] = x;
+    vector[1] = y;
+    return vector;
+  };
+  add(1, "one", along(1, 0));
+  add(2, "below the floor", along(0.7f, 0.71414284f));
+  add(3, "alike", along(0.8f, 0.6f));
+  add(4, "the same", along(1, 0));
+  store().insert(sampleCapture(5, 5));
+
+  std::vector<std::string> ids;
+  for (const auto& capture : m_library->related(sampleID(1), 10)) ids.push_back(capture.id);
+  EXPECT_EQ(ids, (std::vector<std::string>{sampleID(4), sampleID(3)})) << "never itself";
+  EXPECT_EQ(m_library->related(sampleID(1), 1).size(), 1u);
+  EXPECT_TRUE(m_library->related(sampleID(1), 0).empty());
+  EXPECT_TRUE(m_library->related(sampleID(5), 10).empty()) << "it has no vector";
+}
+
+}  // namespace
+}  // namespace brindlemoor

@@ -13,6 +13,7 @@ build: deps
 	@ninja -C $(BUILD) -j $(JOBS)
 
 test: build
+	@scripts/install-test-node-modules
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 
 run: build

@@ -2,6 +2,7 @@
 // a temporary home, against the imitation daemon.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -83,6 +84,20 @@ TEST_F(Cli, AnImportedPhotoAndSpokenVideoEndOrganizedInANamedCollection) {
   ASSERT_EQ(collections.size(), 1u);
   EXPECT_EQ(collections[0].name, "Tart Evenings");
   EXPECT_EQ(collections[0].count, 2);
+
+  ASSERT_EQ(run({"search", "--json", "cream"}, &out), 0) << out;
+  const auto found = nlohmann::json::parse(out);
+  ASSERT_FALSE(found["hits"].empty());
+  EXPECT_EQ(found["hits"][0]["title"], "Lemon tart");
+  EXPECT_NE(
+      std::find(found["hits"][0]["reasons"].begin(), found["hits"][0]["reasons"].end(), "words"),
+      found["hits"][0]["reasons"].end());
+
+  ASSERT_EQ(run({"show", videos[0].id}, &out), 0);
+  EXPECT_NE(out.find("Said in it:\n"), std::string::npos) << out;
+  ASSERT_EQ(run({"collections"}, &out), 0);
+  EXPECT_NE(out.find("🥧 Tart Evenings — 2 captures"), std::string::npos) << out;
+  EXPECT_EQ(run({"show", "' OR 1=1 --"}), 1);
 
   ASSERT_EQ(run({"status", "--json"}, &out), 0);
   const auto status = nlohmann::json::parse(out);

@@ -19,5 +19,11 @@ int importFiles(const std::vector<std::string>& args);
 int work(const std::vector<std::string>& args);
 // Counts by stage and media, the waiting captures, and the daemon's state.
 int status(const std::vector<std::string>& args);
+// Ranked captures for a query, with why each came up and whole collections.
+int search(const std::vector<std::string>& args);
+// One capture's full text.
+int show(const std::vector<std::string>& args);
+// The collections with their counts.
+int collections(const std::vector<std::string>& args);
 
 }  // namespace brindlemoor::cli

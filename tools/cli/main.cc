@@ -17,6 +17,9 @@ constexpr const char* kHelp =
     "  import FILE...   keep photos and videos, then work on them\n"
     "  work             read, describe, embed and file what waits\n"
     "  status           counts, waiting captures, and the state of Ollama\n"
+    "  search QUERY     ranked captures, why each came up, whole collections\n"
+    "  show ID          one capture in full\n"
+    "  collections      the collections with their counts\n"
     "\n"
     "The library lives in $XDG_DATA_HOME/Brindlemoor (~/.local/share/Brindlemoor).\n"
     "Understanding needs a running Ollama daemon (OLLAMA_HOST, or 127.0.0.1:11434)\n"
@@ -32,6 +35,9 @@ int main(int argc, char* argv[]) {
   if (command == "import") return importFiles(args);
   if (command == "work") return work(args);
   if (command == "status") return status(args);
+  if (command == "search") return search(args);
+  if (command == "show") return show(args);
+  if (command == "collections") return collections(args);
   if (command == "--help" || command == "-h" || command == "help") {
     std::cout << kHelp;
     return kSucceeded;

@@ -52,31 +52,13 @@ bool isValidUtf8(const std::string& text) {
   return true;
 }
 
-// ---- excerpt ----
-
-TEST(DescriberExcerpt, IsNoneForTextOfOnlyWhiteSpace) {
-  EXPECT_EQ(Describer::excerpt(""), "(none)");
+TEST(DescriberExcerpt, IsTrimmedTextCutAfter3000UserPerceivedCharacters) {
   EXPECT_EQ(Describer::excerpt(" \n\t \r\n"), "(none)");
-}
-
-TEST(DescriberExcerpt, TrimsBeforeCounting) {
-  const std::string text(3000, 'a');
-  EXPECT_EQ(Describer::excerpt("\n  " + text + "  \n"), text);
-}
-
-TEST(DescriberExcerpt, CutsAfter3000UserPerceivedCharacters) {
-  EXPECT_EQ(Describer::excerpt(std::string(3001, 'a')), std::string(3000, 'a') + "…");
+  EXPECT_EQ(Describer::excerpt("\n  " + std::string(3000, 'a') + "  \n"), std::string(3000, 'a'));
   // "é" as e and a combining accent is one character of three bytes.
-  EXPECT_EQ(Describer::excerpt(repeated("e\u0301", 3000)), repeated("e\u0301", 3000));
   EXPECT_EQ(Describer::excerpt(repeated("e\u0301", 3001) + " "), repeated("e\u0301", 3000) + "…");
+  EXPECT_EQ(Describer::excerpt(std::string(2999, 'a') + "  b"), std::string(2999, 'a') + " …");
 }
-
-TEST(DescriberExcerpt, DoesNotTrimAgainAfterTheCut) {
-  const std::string text = std::string(2999, 'a') + "  b";
-  EXPECT_EQ(Describer::excerpt(text), std::string(2999, 'a') + " …");
-}
-
-// ---- prompt ----
 
 class DescriberPrompt : public ::testing::Test {
  protected:
@@ -95,6 +77,9 @@ TEST_F(DescriberPrompt, ScreenNamesAppWindowAndAddress) {
   context.app = "Firefox";
   context.windowTitle = "Espresso - Larkspur";
   context.url = "https://en.larkspur.org/wiki/Espresso";
+  // What only imported media have is not the screen's.
+  context.takenAt = m_taken;
+  context.transcript = "hello";
   EXPECT_EQ(prompt(context, "Espresso is coffee"),
             "App: Firefox\nWindow: Espresso - Larkspur\n"
             "URL: https://en.larkspur.org/wiki/Espresso\n"
@@ -102,30 +87,7 @@ TEST_F(DescriberPrompt, ScreenNamesAppWindowAndAddress) {
                 promptTail("Espresso is coffee"));
 }
 
-TEST_F(DescriberPrompt, ScreenWithoutTitleOrAddress) {
-  const std::string expected =
-      "App: Terminal\nWindow: (untitled)\n"
-      "Text read from the screen (may be partial):" +
-      promptTail("(none)");
-  Describer::Context context;
-  context.app = "Terminal";
-  EXPECT_EQ(prompt(context, "(none)"), expected);
-}
-
-TEST_F(DescriberPrompt, ScreenIgnoresWhatOnlyImportedMediaHave) {
-  Describer::Context context;
-  context.app = "Notes";
-  context.windowTitle = "List";
-  context.duration = 3;
-  context.takenAt = m_taken;
-  context.transcript = "hello";
-  Describer::Context plain;
-  plain.app = "Notes";
-  plain.windowTitle = "List";
-  EXPECT_EQ(prompt(context, "milk"), prompt(plain, "milk"));
-}
-
-TEST_F(DescriberPrompt, PhotoWithDateInTheUsersLocaleAndZone) {
+TEST_F(DescriberPrompt, PhotoWithDateInTheGivenLocaleAndZone) {
   Describer::Context context;
   context.media = CaptureMedia::photo;
   context.app = "Photos";
@@ -136,26 +98,9 @@ TEST_F(DescriberPrompt, PhotoWithDateInTheUsersLocaleAndZone) {
             "what it shows: the subject, the place, the moment, any text in it.\n"
             "Text read from the photo (may be empty):" +
                 promptTail("(none)"));
-}
-
-TEST_F(DescriberPrompt, PhotoDateFollowsLocaleAndZoneGiven) {
-  Describer::Context context;
-  context.media = CaptureMedia::photo;
-  context.windowTitle = "a";
-  context.takenAt = m_taken;
   const std::unique_ptr<icu::TimeZone> berlin(icu::TimeZone::createTimeZone("Europe/Berlin"));
   const std::string german = Describer::prompt(context, "x", icu::Locale("de_DE"), *berlin);
   EXPECT_NE(german.find(" Taken 5. März 2024 um 21:07."), std::string::npos) << german;
-}
-
-TEST_F(DescriberPrompt, PhotoWithoutDateGoesStraightOnToDescribe) {
-  Describer::Context context;
-  context.media = CaptureMedia::photo;
-  context.windowTitle = "beach";
-  EXPECT_EQ(prompt(context, "SURF SHOP"),
-            "This is a photo (file \"beach\"). Describe what it shows: the subject, the place, the "
-            "moment, any text in it.\nText read from the photo (may be empty):" +
-                promptTail("SURF SHOP"));
 }
 
 TEST_F(DescriberPrompt, VideoWithLengthDateAndTranscript) {
@@ -173,180 +118,81 @@ TEST_F(DescriberPrompt, VideoWithLengthDateAndTranscript) {
                 promptTail("(none)"));
 }
 
-TEST_F(DescriberPrompt, VideoWithoutLengthDateOrTranscript) {
-  Describer::Context context;
-  context.media = CaptureMedia::video;
-  context.windowTitle = "a.mov";
-  EXPECT_EQ(prompt(context, "(none)"),
-            "This is a video (file \"a.mov\"). The image shows key frames in order, left to "
-            "right, top to bottom. Describe what happens in it.\n"
-            "Text read from the frames (may be empty):" +
-                promptTail("(none)"));
-}
-
-TEST_F(DescriberPrompt, VideoWithEmptyTranscriptSaysNone) {
-  Describer::Context context;
-  context.media = CaptureMedia::video;
-  context.windowTitle = "a.mov";
-  context.duration = 0.4;
-  context.transcript = "";
-  const std::string text = prompt(context, "(none)");
+TEST_F(DescriberPrompt, MarksWhatIsNotKnown) {
+  Describer::Context screen;
+  screen.app = "Terminal";
+  EXPECT_TRUE(prompt(screen, "x").starts_with("App: Terminal\nWindow: (untitled)\nText read"));
+  Describer::Context video;
+  video.media = CaptureMedia::video;
+  video.windowTitle = "a.mov";
+  video.duration = 0.4;
+  video.transcript = "";
+  const std::string text = prompt(video, "x");
   EXPECT_NE(text.find("(file \"a.mov\") 0 seconds long. The image"), std::string::npos) << text;
   EXPECT_NE(text.find("happens in it.\nWhat is said in it:\n\"\"\"\n(none)\n\"\"\"\nText read"),
             std::string::npos)
       << text;
 }
 
-// ---- jsonObject ----
-
-TEST(DescriberJsonObject, FindsTheObjectAmidChatterAndCodeFences) {
+TEST(DescriberJsonObject, FindsOneWellFormedObjectAmidChatter) {
   const auto object = Describer::jsonObject("Sure! ```json\n{\"title\": \"A {b}\"}\n``` Done.");
   ASSERT_TRUE(object.has_value());
   EXPECT_EQ((*object)["title"], "A {b}");
-}
 
-TEST(DescriberJsonObject, GivesNothingWithoutOneWellFormedObject) {
-  EXPECT_EQ(Describer::jsonObject("no braces here"), std::nullopt);
   EXPECT_EQ(Describer::jsonObject("} backwards {"), std::nullopt);
   EXPECT_EQ(Describer::jsonObject("{\"a\": 1} {\"b\": 2}"), std::nullopt);
-  EXPECT_EQ(Describer::jsonObject("{\"a\": }"), std::nullopt);
   EXPECT_EQ(Describer::jsonObject("{\"a\": \"\xC3\x28\"}"), std::nullopt);
-}
-
-TEST(DescriberJsonObject, RefusesNestingAHundredThousandDeep) {
-  const std::string deep = "{\"a\": " + std::string(100000, '[') + std::string(100000, ']') + "}";
+  const std::string deep = repeated("{\"a\":", 100000) + "1" + std::string(100000, '}');
   EXPECT_EQ(Describer::jsonObject(deep), std::nullopt);
-  const std::string deepObjects = repeated("{\"a\":", 100000) + "1" + std::string(100000, '}');
-  EXPECT_EQ(Describer::jsonObject(deepObjects), std::nullopt);
 }
 
-// ---- clean ----
-
-TEST(DescriberClean, GivesNothingForAbsentOrBlankText) {
-  EXPECT_EQ(Describer::clean(std::nullopt, 90), std::nullopt);
+TEST(DescriberClean, PutsTextOnOneLineNeverLongerThanMax) {
   EXPECT_EQ(Describer::clean(" \n\"\"\t\r\n \" ", 90), std::nullopt);
-  EXPECT_EQ(Describer::clean("text", 0), std::nullopt);
-}
-
-TEST(DescriberClean, PutsTextOnOneLineWithoutOuterQuotes) {
   EXPECT_EQ(Describer::clean("  \"Refunds\n\n and\t\tdisputes\"\n", 90), "Refunds and disputes");
-  EXPECT_EQ(Describer::clean("say \"hi\" there", 90), "say \"hi\" there");
-}
-
-TEST(DescriberClean, CutsLongTextSoItNeverExceedsMax) {
-  EXPECT_EQ(Describer::clean(std::string(90, 'a'), 90), std::string(90, 'a'));
-  EXPECT_EQ(Describer::clean(std::string(91, 'a'), 90), std::string(89, 'a') + "…");
   // A cut that falls after a blank loses the blank too.
   EXPECT_EQ(Describer::clean(std::string(88, 'a') + " bbb", 90), std::string(88, 'a') + "…");
-}
-
-TEST(DescriberClean, CountsUserPerceivedCharacters) {
   const std::string family = "👩‍👩‍👧";  // one character of eighteen bytes
   EXPECT_EQ(Describer::clean(repeated(family, 5), 5), repeated(family, 5));
   EXPECT_EQ(Describer::clean(repeated(family, 6), 5), repeated(family, 4) + "…");
 }
 
-// ---- withoutSiteName ----
-
-TEST(DescriberWithoutSiteName, DropsATrailingSiteName) {
+TEST(DescriberWithoutSiteName, DropsOnlyATrailingSiteNameOfAHostOfTwoLabels) {
   const std::optional<std::string> url = "https://en.larkspur.org/wiki/Espresso";
-  EXPECT_EQ(Describer::withoutSiteName("Espresso - Larkspur", url), "Espresso");
-  EXPECT_EQ(Describer::withoutSiteName("Espresso — Larkspur article", url), "Espresso");
   EXPECT_EQ(Describer::withoutSiteName("Espresso | LARKSPUR  ", url), "Espresso");
-  EXPECT_EQ(Describer::withoutSiteName("Espresso · Larkspur entry", url), "Espresso");
-  EXPECT_EQ(Describer::withoutSiteName("Espresso Larkspur", url), "Espresso");
-  EXPECT_EQ(Describer::withoutSiteName("Espresso page - Larkspur", url), "Espresso");
-  EXPECT_EQ(Describer::withoutSiteName("Espresso Article: Larkspur", url), "Espresso");
-}
+  EXPECT_EQ(Describer::withoutSiteName("Espresso page — Larkspur article", url), "Espresso");
+  // The URL parser lets "|" into a host; in a pattern it would be a choice.
+  EXPECT_EQ(Describer::withoutSiteName("Maps - a|b", "https://a|b.org"), "Maps");
+  EXPECT_EQ(Describer::withoutSiteName("Maps - b", "https://a|b.org"), "Maps - b");
 
-TEST(DescriberWithoutSiteName, KeepsATitleThatWouldStopInMidAir) {
-  const std::optional<std::string> url = "https://en.larkspur.org/";
-  EXPECT_EQ(Describer::withoutSiteName("Larkspur", url), "Larkspur");
-  EXPECT_EQ(Describer::withoutSiteName("  Larkspur page", url), "  Larkspur page");
+  EXPECT_EQ(Describer::withoutSiteName("Larkspur page", url), "Larkspur page");
   EXPECT_EQ(Describer::withoutSiteName("Refunds on Larkspur", url), "Refunds on Larkspur");
-  EXPECT_EQ(Describer::withoutSiteName("Shopping With Larkspur", url), "Shopping With Larkspur");
-  EXPECT_EQ(Describer::withoutSiteName("Notes via - Larkspur", url), "Notes via - Larkspur");
-}
-
-TEST(DescriberWithoutSiteName, OnlyTheNameAtTheEndCounts) {
-  const std::optional<std::string> url = "https://larkspur.org";
-  EXPECT_EQ(Describer::withoutSiteName("Larkspur refunds", url), "Larkspur refunds");
   EXPECT_EQ(Describer::withoutSiteName("Espresso - Larkspurs", url), "Espresso - Larkspurs");
-}
-
-TEST(DescriberWithoutSiteName, NeedsAHostOfTwoLabels) {
-  EXPECT_EQ(Describer::withoutSiteName("Espresso - Larkspur", std::nullopt), "Espresso - Larkspur");
   EXPECT_EQ(Describer::withoutSiteName("Something - localhost", "http://localhost:8080/"),
             "Something - localhost");
-  EXPECT_EQ(Describer::withoutSiteName("Espresso - Larkspur", "not a url"), "Espresso - Larkspur");
   // Without a list of public suffixes the site word here is "co".
   EXPECT_EQ(Describer::withoutSiteName("Espresso - Larkspur", "https://news.larkspur.co.uk/"),
             "Espresso - Larkspur");
 }
 
-TEST(DescriberWithoutSiteName, TreatsTheSiteWordAsPlainText) {
-  EXPECT_EQ(Describer::withoutSiteName("Maps - tea-time", "https://www.tea-time.org"), "Maps");
-  // The URL parser lets "|" into a host; in a pattern it would be a choice.
-  EXPECT_EQ(Describer::withoutSiteName("Maps - a|b", "https://a|b.org"), "Maps");
-  EXPECT_EQ(Describer::withoutSiteName("Maps - b", "https://a|b.org"), "Maps - b");
-}
-
-// ---- withoutPreamble ----
-
-TEST(DescriberWithoutPreamble, DropsStockOpenings) {
+TEST(DescriberWithoutPreamble, DropsStockOpeningsFollowedByMoreText) {
   EXPECT_EQ(Describer::withoutPreamble("A screenshot of the Larkspur dashboard"),
             "Larkspur dashboard");
-  EXPECT_EQ(Describer::withoutPreamble("Page about espresso"), "About espresso");
   EXPECT_EQ(Describer::withoutPreamble("this WEB PAGE shows an über guide"), "Über guide");
-  EXPECT_EQ(Describer::withoutPreamble("The screen shot displays 3 cats"), "3 cats");
-}
-
-TEST(DescriberWithoutPreamble, NeedsWhiteSpaceAndMoreText) {
-  EXPECT_EQ(Describer::withoutPreamble("A screenshot"), "A screenshot");
   EXPECT_EQ(Describer::withoutPreamble("A screenshot "), "A screenshot ");
-  EXPECT_EQ(Describer::withoutPreamble("A screenshot of"), "Of");
-  EXPECT_EQ(Describer::withoutPreamble("Images of cats"), "Images of cats");
   EXPECT_EQ(Describer::withoutPreamble("Recipe page for soup"), "Recipe page for soup");
 }
 
-// ---- squashed and isWebLink ----
-
-TEST(DescriberSquashed, KeepsLettersMarksAndDigitsLowerCased) {
-  EXPECT_EQ(Describer::squashed("Total: $12.00"), "total1200");
-  EXPECT_EQ(Describer::squashed("ÉCOLE — Straße №٣ 🙂"), "écolestraße٣");
-  EXPECT_EQ(Describer::squashed("e\u0301"), "e\u0301");
-  EXPECT_EQ(Describer::squashed("!?…"), "");
-}
-
-TEST(DescriberIsWebLink, WantsHttpAndADottedHost) {
-  EXPECT_TRUE(Describer::isWebLink("https://larkspur.org"));
-  EXPECT_TRUE(Describer::isWebLink("HTTP://Larkspur.org/a?b=c#d"));
-  EXPECT_FALSE(Describer::isWebLink("ftp://larkspur.org/file"));
-  EXPECT_FALSE(Describer::isWebLink("http://localhost:8080/"));
-  EXPECT_FALSE(Describer::isWebLink("larkspur.org"));
-  EXPECT_FALSE(Describer::isWebLink("https://"));
-  EXPECT_FALSE(Describer::isWebLink("https://lark spur.org"));
-  EXPECT_FALSE(Describer::isWebLink(std::string("https://a.org\0.evil", 19)));
-}
-
-// ---- parse ----
-
 const std::optional<std::string> kNoUrl;
 
-TEST(DescriberParse, ReplyWithoutAnObjectIsNotJSON) {
+TEST(DescriberParse, AReplyWithoutAnObjectIsNotJSONWithItsStartAsValidText) {
   try {
     Describer::parse("I cannot help with that.", "", kNoUrl, "x");
     FAIL() << "no error";
   } catch (const Describer::ParseError& error) {
-    EXPECT_EQ(error.text(), "I cannot help with that.");
     EXPECT_STREQ(error.what(), "notJSON(\"I cannot help with that.\")");
   }
-}
-
-TEST(DescriberParse, NotJSONCarriesTheFirst200CharactersAsValidText) {
-  const std::string reply = repeated("é\xFF", 5'000'000);  // 15 MB, every other byte invalid
   try {
-    Describer::parse(reply, "", kNoUrl, "x");
+    Describer::parse(repeated("é\xFF", 5'000'000), "", kNoUrl, "x");
     FAIL() << "no error";
   } catch (const Describer::ParseError& error) {
     EXPECT_EQ(error.text(), repeated("é\uFFFD", 100));
@@ -354,21 +200,18 @@ TEST(DescriberParse, NotJSONCarriesTheFirst200CharactersAsValidText) {
   }
 }
 
-TEST(DescriberParse, AnEmptyObjectGivesTheFallbackTitleAndNothingElse) {
-  EXPECT_EQ(Describer::parse("{}", "text", kNoUrl, "Window"),
-            (CaptureDescription{"Window", "", CaptureKind::other, {}, {}, {}}));
+TEST(DescriberParse, MissingOrIllTypedMembersLeaveOnlyTheFallbackTitle) {
+  const CaptureDescription fallback{"Fallback", "", CaptureKind::other, {}, {}, {}};
+  EXPECT_EQ(Describer::parse("{}", "text", kNoUrl, "Fallback"), fallback);
   EXPECT_EQ(Describer::parse("{}", "", kNoUrl, " \n ").title, "Untitled");
-}
-
-TEST(DescriberParse, MembersOfTheWrongTypeCountAsAbsent) {
-  const auto description = Describer::parse(
-      R"({"title": 7, "summary": ["x"], "kind": {"a": 1}, "tags": "coffee",
-          "highlights": {"0": "a"}, "links": null})",
-      "a", kNoUrl, "Fallback");
-  EXPECT_EQ(description, (CaptureDescription{"Fallback", "", CaptureKind::other, {}, {}, {}}));
-  const auto mixed =
-      Describer::parse(R"({"tags": [1, "tea", null, ["x"], {"y": 2}, "mint"]})", "", kNoUrl, "x");
-  EXPECT_EQ(mixed.tags, (Strings{"tea", "mint"}));
+  EXPECT_EQ(Describer::parse(R"({"title": 7, "summary": ["x"], "kind": {"a": 1}, "tags": "coffee",
+                                 "highlights": {"0": "a"}, "links": null})",
+                             "a", kNoUrl, "Fallback"),
+            fallback);
+  EXPECT_EQ(
+      Describer::parse(R"({"tags": [1, "tea", null, ["x"], {"y": 2}, "mint"]})", "", kNoUrl, "x")
+          .tags,
+      (Strings{"tea", "mint"}));
 }
 
 TEST(DescriberParse, TitleAndSummaryAreCleanedAndStripped) {
@@ -379,79 +222,45 @@ TEST(DescriberParse, TitleAndSummaryAreCleanedAndStripped) {
   EXPECT_EQ(description.title, "Espresso");
   EXPECT_EQ(description.summary, "Guide to espresso.");
   EXPECT_EQ(description.kind, CaptureKind::chat);
-}
-
-TEST(DescriberParse, FallbackTitleLosesTheSiteNameToo) {
   EXPECT_EQ(Describer::parse("{}", "", "https://larkspur.org", "Refunds | Larkspur").title,
             "Refunds");
+  // The summary is bounded before its preamble goes.
+  const nlohmann::json paged = {{"summary", "Page " + std::string(500, 'x')}};
+  EXPECT_EQ(Describer::parse(paged.dump(), "", kNoUrl, "x").summary,
+            "X" + std::string(393, 'x') + "…");
 }
 
-TEST(DescriberParse, SummaryIsBoundedBeforeItsPreambleGoes) {
-  const std::string summary = "Page " + std::string(500, 'x');
-  const auto description =
-      Describer::parse(nlohmann::json{{"summary", summary}}.dump(), "", kNoUrl, "x");
-  EXPECT_EQ(description.summary, "X" + std::string(393, 'x') + "…");
-}
-
-TEST(DescriberParse, TagsAreTrimmedLowerCasedAndDistinct) {
-  const auto description =
-      Describer::parse(R"({"tags": ["#Coffee", "coffee", " COFFEE \n", "##", "", "  Latte Art#"]})",
-                       "", kNoUrl, "x");
-  EXPECT_EQ(description.tags, (Strings{"coffee", "latte art"}));
-}
-
-TEST(DescriberParse, TagsLongerThan32AreDroppedNotCut) {
+TEST(DescriberParse, TagsAreLowerCasedDistinctShortAndAtMostFive) {
   const nlohmann::json reply = {
-      {"tags", {std::string(33, 'a'), std::string(32, 'b'), repeated("ü", 32)}}};
+      {"tags",
+       {"#Coffee", "coffee", " COFFEE \n", "##", std::string(33, 'a'), "  Latte Art#",
+        std::string(32, 'b'), repeated("ü", 32), "d", "e"}}};
   EXPECT_EQ(Describer::parse(reply.dump(), "", kNoUrl, "x").tags,
-            (Strings{std::string(32, 'b'), repeated("ü", 32)}));
-}
-
-TEST(DescriberParse, TakesAtMostFiveTagsSkippingOnesThatDontCount) {
-  const auto description = Describer::parse(
-      R"({"tags": ["a", "A", "b", "#b", "c", "", "d", "e", "f", "g"]})", "", kNoUrl, "x");
-  EXPECT_EQ(description.tags, (Strings{"a", "b", "c", "d", "e"}));
+            (Strings{"coffee", "latte art", std::string(32, 'b'), repeated("ü", 32), "d"}));
 }
 
 TEST(DescriberParse, HighlightsMustBeFoundOnTheCapture) {
+  const std::string long400(400, 'z');
+  const nlohmann::json reply = {
+      {"highlights",
+       {"Free shipping forever", "Total: $12.00", "!!!", "", "Paid\nby card", long400, "one"}}};
   const auto description = Describer::parse(
-      R"({"highlights": ["Total: $12.00", "Free shipping forever", "!!!", "", "Paid\nby card"]})",
-      "ORDER 1234\ntotal 12 00\npaid BY CARD", kNoUrl, "x");
-  // The model's cleaned text is kept, not the screen's.
-  EXPECT_EQ(description.highlights, (Strings{"Total: $12.00", "Paid by card"}));
+      reply.dump(), "ORDER 1234\ntotal 12 00\npaid BY CARD one " + long400, kNoUrl, "x");
+  // Invented ones use up no places; the model's cleaned text is kept, not the
+  // screen's; a long one is cut before it is looked for.
+  EXPECT_EQ(description.highlights,
+            (Strings{"Total: $12.00", "Paid by card", std::string(279, 'z') + "…"}));
 }
 
-TEST(DescriberParse, InventedHighlightsDontUseUpPlaces) {
-  const auto description = Describer::parse(
-      R"({"highlights": ["made up", "one", "also made up", "two", "three", "four"]})",
-      "one two three four", kNoUrl, "x");
-  EXPECT_EQ(description.highlights, (Strings{"one", "two", "three"}));
-}
+TEST(DescriberParse, LinksAreTheCapturesOwnAddressAndProvedOnesWithAScheme) {
+  EXPECT_EQ(
+      Describer::parse(R"({"links": ["https://larkspur.org/espresso", "b.org", "c.org",
+                                           "d.org", "e.org", "f.org", "g.org"]})",
+                       "b.org c.org d.org e.org f.org g.org", "https://larkspur.org/espresso", "x")
+          .links,
+      (Strings{"https://larkspur.org/espresso", "https://b.org", "https://c.org", "https://d.org",
+               "https://e.org", "https://f.org"}));
 
-TEST(DescriberParse, LongHighlightsAreCutBeforeTheyAreLookedFor) {
-  const std::string screen(400, 'z');
-  const auto description =
-      Describer::parse(nlohmann::json{{"highlights", {screen}}}.dump(), screen, kNoUrl, "x");
-  EXPECT_EQ(description.highlights, (Strings{std::string(279, 'z') + "…"}));
-}
-
-TEST(DescriberParse, CapturesOwnAddressIsTheFirstLinkWithoutProof) {
-  const auto description =
-      Describer::parse(R"({"links": ["https://larkspur.org/espresso", "b.org", "c.org", "d.org",
-                                     "e.org", "f.org", "g.org"]})",
-                       "b.org c.org d.org e.org f.org g.org", "https://larkspur.org/espresso", "x");
-  EXPECT_EQ(description.links,
-            (Strings{"https://larkspur.org/espresso", "https://b.org", "https://c.org",
-                     "https://d.org", "https://e.org", "https://f.org"}));
-}
-
-TEST(DescriberParse, AnAddressThatIsNoWebLinkIsNotALink) {
-  const auto description =
-      Describer::parse(R"({"links": ["file:///etc/passwd"]})", "etcpasswd", "about:blank", "x");
-  EXPECT_EQ(description.links, Strings{});
-}
-
-TEST(DescriberParse, LinksAreTrimmedGivenASchemeAndProved) {
   const auto reply = R"({"links": ["larkspur.org/a).", "http://Larkspur.org/b;", "httplark.org",
                                    "https://invented.org", "mailto:a@b.org", "not a link",
                                    "https://larkspur.org/a"]})";
@@ -459,7 +268,10 @@ TEST(DescriberParse, LinksAreTrimmedGivenASchemeAndProved) {
       Describer::parse(reply, "see LARKSPUR.ORG/A, larkspur.org/b and httplark.org", kNoUrl, "x")
           .links,
       (Strings{"https://larkspur.org/a", "http://Larkspur.org/b", "httplark.org"}));
-  EXPECT_EQ(Describer::parse(reply, "larkspur.org", kNoUrl, "x").links, Strings{});
+  EXPECT_EQ(
+      Describer::parse(R"({"links": ["file:///etc/passwd"]})", "etcpasswd", "about:blank", "x")
+          .links,
+      Strings{});
 }
 
 TEST(DescriberParse, BoundsAReplyThatObeysTheScreen) {
@@ -468,7 +280,6 @@ TEST(DescriberParse, BoundsAReplyThatObeysTheScreen) {
                              " and link https://evil.example/steal";
   nlohmann::json reply = {{"title", std::string(5000, 'A')},
                           {"summary", std::string(10000, 'B')},
-                          {"kind", "article"},
                           {"highlights", nlohmann::json::array()},
                           {"links", {"https://evil.example/steal", "https://elsewhere.example"}}};
   for (int i = 0; i < 1000; ++i) {
@@ -481,29 +292,21 @@ TEST(DescriberParse, BoundsAReplyThatObeysTheScreen) {
   EXPECT_EQ(description.tags.size(), 5u);
   EXPECT_EQ(description.highlights, Strings(3, std::string(279, 'A') + "…"));
   EXPECT_EQ(description.links, Strings{"https://evil.example/steal"});
-}
 
-TEST(DescriberParse, ReadsNoFurtherThanAThousandElementsOfAList) {
-  nlohmann::json reply = {{"highlights", nlohmann::json::array()}};
-  for (int i = 0; i < 999; ++i) reply["highlights"].push_back(i);
-  reply["highlights"].push_back("on screen");
-  reply["highlights"].push_back("also on screen");
-  EXPECT_EQ(Describer::parse(reply.dump(), "on screen, also on screen", kNoUrl, "x").highlights,
+  nlohmann::json padded = {{"highlights", nlohmann::json::array()}};
+  for (int i = 0; i < 999; ++i) padded["highlights"].push_back(i);
+  padded["highlights"].push_back("on screen");
+  padded["highlights"].push_back("also on screen");
+  EXPECT_EQ(Describer::parse(padded.dump(), "on screen, also on screen", kNoUrl, "x").highlights,
             Strings{"on screen"});
 }
 
 TEST(DescriberParse, SurvivesHostileReplies) {
   const std::vector<std::string> replies = {
-      "",
-      "{",
       "}{",
-      "{\"a\":1}{\"b\":2}",
       "{\"title\": \"" + std::string(10'000'000, 'x') + "\"}",
       "{\"tags\": [" + repeated("\"t\",", 2'000'000) + "\"t\"]}",
-      "{\"highlights\": [" + repeated("\"x\",", 2'000'000) + "\"y\"]}",
       "{\"links\": [\"https://b.org/" + repeated("https://", 900'000) + "\"]}",
-      "{\"a\": " + std::string(100000, '[') + std::string(100000, ']') + "}",
-      "{\"title\": \"\xED\xA0\x80\"}",
       "{\"title\": \"\\ud800\"}",
       "{\"title\": \"a\\u0000b\", \"links\": [\"https://a.org\\u0000x\"]}",
   };
@@ -519,8 +322,6 @@ TEST(DescriberParse, SurvivesHostileReplies) {
     }
   }
 }
-
-// ---- describe, against the imitation daemon ----
 
 class DescriberDescribe : public ::testing::Test {
  protected:
@@ -543,9 +344,9 @@ TEST_F(DescriberDescribe, SendsOnePictureAndThePromptAndBelievesWhatIsProved) {
   context.windowTitle = "latte";
   context.duration = 30;
   context.transcript = "now add the oat milk";
-  const Bytes image = {0xFF, 0xD8, 0xFF, 0xD9};
 
-  const auto description = m_describer.describe(image, context, "  larkspur.org/latte ");
+  const auto description =
+      m_describer.describe({0xFF, 0xD8, 0xFF, 0xD9}, context, "  larkspur.org/latte ");
 
   EXPECT_EQ(description, (CaptureDescription{"Oat milk latte",
                                              "Latte.",
@@ -563,7 +364,7 @@ TEST_F(DescriberDescribe, SendsOnePictureAndThePromptAndBelievesWhatIsProved) {
   EXPECT_EQ(body["options"]["num_predict"], 700);
 }
 
-TEST_F(DescriberDescribe, ScreenFormFallsBackToTheAppForTitle) {
+TEST_F(DescriberDescribe, FallsBackToTheAppForTitleAndPassesFailuresOn) {
   m_daemon.setReply(R"({"summary": "Settings"})");
   Describer::Context context;
   context.app = "System Settings";
@@ -571,20 +372,11 @@ TEST_F(DescriberDescribe, ScreenFormFallsBackToTheAppForTitle) {
   const auto description = m_describer.describe({1, 2, 3}, context, "");
   EXPECT_EQ(description.title, "System Settings");
   EXPECT_EQ(description.links, Strings{"https://x.example.org"});
-}
 
-TEST_F(DescriberDescribe, PassesFailuresOn) {
   m_daemon.setReply("I can't see an image.");
-  EXPECT_THROW(m_describer.describe({1}, Describer::Context(), "text"), Describer::ParseError);
-  const Describer missing(OllamaClient(m_daemon.host()), "absent", icu::Locale("en_US"),
-                          *icu::TimeZone::getGMT());
-  try {
-    missing.describe({1}, Describer::Context(), "text");
-    FAIL() << "no error";
-  } catch (const OllamaClient::Failure& failure) {
-    EXPECT_EQ(failure.kind(), OllamaClient::Failure::Kind::server);
-    EXPECT_EQ(failure.status(), 404);
-  }
+  EXPECT_THROW(m_describer.describe({1}, context, "text"), Describer::ParseError);
+  m_daemon.setModels({});
+  EXPECT_THROW(m_describer.describe({1}, context, "text"), OllamaClient::Failure);
 }
 
 }  // namespace

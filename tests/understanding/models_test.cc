@@ -5,46 +5,26 @@
 namespace brindlemoor {
 namespace {
 
-TEST(ModelsIsVersion, ComparesTheNumbersInOrder) {
+TEST(ModelsIsVersion, ComparesNumericPiecesPaddedWithZerosIgnoringSuffixes) {
   EXPECT_FALSE(Models::isVersion("0.39.9", "0.40.0"));
-  EXPECT_TRUE(Models::isVersion("0.40.0", "0.40.0"));
   EXPECT_TRUE(Models::isVersion("1.0", "0.40.0"));
   EXPECT_TRUE(Models::isVersion("0.40.10", "0.40.9"));  // as numbers, not as text
-  EXPECT_FALSE(Models::isVersion("0.9.99", "0.40.0"));
-}
-
-TEST(ModelsIsVersion, NeverCountsWhatFollowsAHyphen) {
-  EXPECT_TRUE(Models::isVersion("0.40.0-rc1", "0.40.0"));
-  EXPECT_TRUE(Models::isVersion("0.40.0", "0.40.0-rc9"));
-  EXPECT_FALSE(Models::isVersion("0.39.0-0.99", "0.40.0"));
-  EXPECT_TRUE(Models::isVersion("-0.41", "0.40.0"));  // an empty first piece is dropped
-}
-
-TEST(ModelsIsVersion, PadsTheShorterVersionWithZeros) {
   EXPECT_TRUE(Models::isVersion("0.40", "0.40.0"));
-  EXPECT_TRUE(Models::isVersion("0.40.0", "0.40"));
-  EXPECT_TRUE(Models::isVersion("0.40.1", "0.40"));
   EXPECT_FALSE(Models::isVersion("0.40", "0.40.1"));
-  EXPECT_TRUE(Models::isVersion("0..40", "0.40"));  // empty pieces between dots are dropped
+  EXPECT_TRUE(Models::isVersion("0.40.0-rc1", "0.40.0"));
+  EXPECT_FALSE(Models::isVersion("0.39.0-0.99", "0.40.0"));
 }
 
 TEST(ModelsIsVersion, ReadsAPieceThatIsNoDecimalIntegerAsZero) {
   EXPECT_FALSE(Models::isVersion("", "0.40.0"));
-  EXPECT_TRUE(Models::isVersion("", ""));
-  EXPECT_TRUE(Models::isVersion("0.40.0", ""));
   EXPECT_FALSE(Models::isVersion("v1.0", "0.0.1"));  // "v1" spoils only its own piece
   EXPECT_TRUE(Models::isVersion("v1.5", "0.5"));
-  EXPECT_FALSE(Models::isVersion("1 .0", "0.40"));  // nor may a space follow the digits
   EXPECT_FALSE(Models::isVersion("99999999999999999999", "1"));  // too large to be a number
-  EXPECT_TRUE(Models::isVersion("+1", "1"));
-  EXPECT_TRUE(Models::isVersion("1", "+1"));
 }
 
 TEST(ModelsVision, ChoosesTheSmallModelBelowSixteenGibibytes) {
-  EXPECT_EQ(Models::vision(0), "qwen3.5:2b-q4_K_M");
   EXPECT_EQ(Models::vision(15), "qwen3.5:2b-q4_K_M");
   EXPECT_EQ(Models::vision(16), "qwen3.5:4b");
-  EXPECT_EQ(Models::vision(128), "qwen3.5:4b");
 }
 
 }  // namespace

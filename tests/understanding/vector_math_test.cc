@@ -10,15 +10,11 @@ namespace {
 
 using Vector = std::vector<float>;
 
-TEST(VectorMathDot, IsZeroForEmptyOrMismatchedVectors) {
+TEST(VectorMathDot, SumsProductsAroundTheSimdBlockAndIsZeroForMismatchedLengths) {
   EXPECT_EQ(VectorMath::dot(Vector{}, Vector{}), 0.0f);
   EXPECT_EQ(VectorMath::dot(Vector{1, 2, 3}, Vector{1, 2, 3, 4}), 0.0f);
-  EXPECT_EQ(VectorMath::dot(Vector{}, Vector{1}), 0.0f);
-}
-
-TEST(VectorMathDot, SumsProductsOverEveryLengthAroundTheSimdBlock) {
   // Lengths on both sides of the 16-wide block check the remainder loop.
-  for (std::size_t n : {1u, 3u, 15u, 16u, 17u, 31u, 32u, 33u, 768u, 1025u}) {
+  for (std::size_t n : {3u, 16u, 17u, 1025u}) {
     Vector a(n), b(n);
     double expected = 0;
     for (std::size_t i = 0; i < n; ++i) {
@@ -30,41 +26,19 @@ TEST(VectorMathDot, SumsProductsOverEveryLengthAroundTheSimdBlock) {
   }
 }
 
-TEST(VectorMathUnit, ScalesToLengthOne) {
+TEST(VectorMathUnit, ScalesToLengthOneLeavingZeroVectorsAlone) {
   EXPECT_EQ(VectorMath::unit(Vector{3, 4}), (Vector{0.6f, 0.8f}));
-  Vector v(768, 0.25f);
-  v[5] = -2.0f;
-  const Vector u = VectorMath::unit(v);
-  EXPECT_NEAR(VectorMath::dot(u, u), 1.0f, 1e-5);
-  EXPECT_LT(u[5], 0.0f);
-}
-
-TEST(VectorMathUnit, LeavesEmptyAndZeroVectorsAlone) {
   EXPECT_EQ(VectorMath::unit(Vector{}), Vector{});
   EXPECT_EQ(VectorMath::unit(Vector{0, 0, 0}), (Vector{0, 0, 0}));
 }
 
-TEST(VectorMathCentroid, IsNothingForNoVectors) {
+TEST(VectorMathCentroid, IsTheUnitSumOfVectorsOfTheFirstsLength) {
   EXPECT_EQ(VectorMath::centroid({}), std::nullopt);
-}
-
-TEST(VectorMathCentroid, SkipsVectorsOfAnotherLength) {
-  EXPECT_EQ(VectorMath::centroid({{1, 0}, {0, 1, 0}, {}}), (Vector{1, 0}));
-}
-
-TEST(VectorMathCentroid, IsTheUnitVectorOfTheSum) {
-  const auto c = VectorMath::centroid({{1, 0}, {0, 1}});
+  const auto c = VectorMath::centroid({{1, 0}, {0, 1, 0}, {0, 1}, {}});
   ASSERT_TRUE(c.has_value());
   ASSERT_EQ(c->size(), 2u);
   EXPECT_NEAR((*c)[0], std::sqrt(0.5f), 1e-5);
   EXPECT_NEAR((*c)[1], std::sqrt(0.5f), 1e-5);
-}
-
-TEST(VectorMathCentroid, AnEmptyFirstVectorGivesAnEmptyVector) {
-  EXPECT_EQ(VectorMath::centroid({{}, {1, 2}}), Vector{});
-}
-
-TEST(VectorMathCentroid, OpposedVectorsCancelToZero) {
   EXPECT_EQ(VectorMath::centroid({{1, 0}, {-1, 0}}), (Vector{0, 0}));
 }
 

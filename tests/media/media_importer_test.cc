@@ -3,11 +3,9 @@
 #include <gtest/gtest.h>
 #include <unicode/timezone.h>
 
-#include <cmath>
 #include <fstream>
 #include <map>
 #include <memory>
-#include <regex>
 #include <vips/vips8>
 
 #include "core/media/contact_sheet.h"
@@ -17,7 +15,6 @@
 namespace brindlemoor {
 namespace {
 
-using testing::TestVideo;
 using vips::VImage;
 
 // The tests draw their pictures before any call of MediaImporter starts
@@ -45,15 +42,23 @@ VImage halves(int width, int height) {
       .join(filled(width - width / 2, height, {0, 0, 255}), VIPS_DIRECTION_HORIZONTAL);
 }
 
+Bytes encoded(const VImage& image, const char* suffix, vips::VOption* options = nullptr) {
+  void* buffer = nullptr;
+  std::size_t size = 0;
+  image.write_to_buffer(suffix, &buffer, &size, options);
+  Bytes bytes(static_cast<std::uint8_t*>(buffer), static_cast<std::uint8_t*>(buffer) + size);
+  g_free(buffer);
+  return bytes;
+}
+
 void writeFile(const std::filesystem::path& path, const Bytes& bytes) {
   std::ofstream(path, std::ios::binary)
       .write(reinterpret_cast<const char*>(bytes.data()),
              static_cast<std::streamsize>(bytes.size()));
 }
 
-Bytes readFile(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return Bytes((std::istreambuf_iterator<char>(file)), {});
+void cutInHalf(const std::filesystem::path& path) {
+  std::filesystem::resize_file(path, std::filesystem::file_size(path) / 2);
 }
 
 VImage decoded(const Bytes& bytes) {
@@ -98,12 +103,7 @@ class MediaImporterInNewYork : public ::testing::Test {
 
 TEST(MediaImporterKind, GoesByTheExtensionWithoutCase) {
   EXPECT_EQ(MediaImporter::kind("/a/Beach.JPG"), CaptureMedia::photo);
-  EXPECT_EQ(MediaImporter::kind("b.heic"), CaptureMedia::photo);
   EXPECT_EQ(MediaImporter::kind("Clip.MOV"), CaptureMedia::video);
-  EXPECT_EQ(MediaImporter::kind("c.mkv"), CaptureMedia::video);
-  EXPECT_EQ(MediaImporter::kind("README"), std::nullopt);
-  EXPECT_EQ(MediaImporter::kind("notes.txt"), std::nullopt);
-  EXPECT_EQ(MediaImporter::kind("song.mp3"), std::nullopt);
   EXPECT_EQ(MediaImporter::kind("archive.jpg.zip"), std::nullopt);
 }
 
@@ -118,30 +118,10 @@ TEST(MediaImporterKind, EveryPhotoExtensionDecodesHere) {
     vips::VOption* options = VImage::option();
     if (extension == "heic" || extension == "heif")
       options->set("compression", VIPS_FOREIGN_HEIF_COMPRESSION_HEVC);
-    void* buffer = nullptr;
-    std::size_t size = 0;
-    halves(64, 48).write_to_buffer(suffix.c_str(), &buffer, &size, options);
     const auto path = dir.path() / ("picture." + std::string(extension));
-    writeFile(path,
-              Bytes(static_cast<std::uint8_t*>(buffer), static_cast<std::uint8_t*>(buffer) + size));
-    g_free(buffer);
+    writeFile(path, encoded(halves(64, 48), suffix.c_str(), options));
     try {
-      const MediaImporter::Imported imported = MediaImporter::photo(path, kNow);
-      EXPECT_EQ(imported.capture.width, 64) << extension;
-      EXPECT_EQ(imported.capture.height, 48) << extension;
-    } catch (const MediaImporter::Failure& failure) {
-      ADD_FAILURE() << failure.what();
-    }
-  }
-}
-
-TEST(MediaImporterKind, CommonVideoContainersDecodeHere) {
-  testing::TempDir dir;
-  for (const char* name : {"a.mp4", "a.m4v", "a.mov", "a.mkv", "a.avi", "a.ts", "a.3gp"}) {
-    ASSERT_EQ(MediaImporter::kind(name), CaptureMedia::video);
-    testing::writeTestVideo(dir.path() / name, {.seconds = 1, .width = 64, .height = 48});
-    try {
-      EXPECT_EQ(MediaImporter::video(dir.path() / name, kNow).capture.width, 64) << name;
+      EXPECT_EQ(MediaImporter::photo(path, kNow).capture.width, 64) << extension;
     } catch (const MediaImporter::Failure& failure) {
       ADD_FAILURE() << failure.what();
     }
@@ -150,96 +130,54 @@ TEST(MediaImporterKind, CommonVideoContainersDecodeHere) {
 
 TEST(MediaImporterKeyTimes, SpreadFromFiveToNinetyFivePercent) {
   EXPECT_TRUE(MediaImporter::keyTimes(0, 6).empty());
-  EXPECT_TRUE(MediaImporter::keyTimes(-3, 6).empty());
-  EXPECT_TRUE(MediaImporter::keyTimes(NAN, 6).empty());
-  EXPECT_TRUE(MediaImporter::keyTimes(10, 0).empty());
   EXPECT_EQ(MediaImporter::keyTimes(10, 1), std::vector<double>{5});
   EXPECT_EQ(MediaImporter::keyTimes(10, 2), (std::vector<double>{0.5, 9.5}));
   const std::vector<double> six = MediaImporter::keyTimes(100, 6);
-  const std::vector<double> expected{5, 23, 41, 59, 77, 95};
-  ASSERT_EQ(six.size(), expected.size());
-  for (std::size_t i = 0; i < six.size(); ++i) EXPECT_DOUBLE_EQ(six[i], expected[i]);
+  ASSERT_EQ(six.size(), 6u);
+  EXPECT_DOUBLE_EQ(six[1], 23);
+  EXPECT_DOUBLE_EQ(six[5], 95);
 }
 
-TEST(ContactSheetCells, CutsSixFramesOutOfTwoRows) {
-  const auto cells = ContactSheet::cells(1936, 2 * 360 + 8, 6);
-  ASSERT_TRUE(cells);
-  ASSERT_EQ(cells->size(), 6u);
-  EXPECT_EQ(cells->at(0), (ContactSheet::Rect{0, 0, 640, 360}));
-  EXPECT_EQ(cells->at(2), (ContactSheet::Rect{1296, 0, 640, 360}));
-  EXPECT_EQ(cells->at(4), (ContactSheet::Rect{648, 368, 640, 360}));
+TEST(ContactSheetCells, FitOnlyASheetOfTheirExactSize) {
+  const auto six = ContactSheet::cells(1936, 2 * 360 + 8, 6);
+  ASSERT_TRUE(six);
+  EXPECT_EQ(six->at(4), (ContactSheet::Rect{648, 368, 640, 360}));
   EXPECT_FALSE(ContactSheet::cells(1936, 2 * 360 + 9, 6));
   EXPECT_FALSE(ContactSheet::cells(1935, 2 * 360 + 8, 6));
-}
-
-TEST(ContactSheetCells, FollowTheFrameCount) {
-  const auto two = ContactSheet::cells(1288, 300, 2);
-  ASSERT_TRUE(two);
-  const std::vector<ContactSheet::Rect> twoCells{{0, 0, 640, 300}, {648, 0, 640, 300}};
-  EXPECT_EQ(*two, twoCells);
-  const auto four = ContactSheet::cells(1936, 2 * 100 + 8, 4);
-  ASSERT_TRUE(four);
-  EXPECT_EQ(four->size(), 4u);
-  EXPECT_EQ(four->at(3), (ContactSheet::Rect{0, 108, 640, 100}));
-  const auto one = ContactSheet::cells(640, 360, 1);
-  ASSERT_TRUE(one);
-  EXPECT_EQ(*one, std::vector<ContactSheet::Rect>(1, {0, 0, 640, 360}));
+  EXPECT_EQ(ContactSheet::cells(1936, 2 * 100 + 8, 4).value().at(3),
+            (ContactSheet::Rect{0, 108, 640, 100}));
+  EXPECT_EQ(ContactSheet::cells(640, 360, 1), std::vector<ContactSheet::Rect>(1, {0, 0, 640, 360}));
   EXPECT_FALSE(ContactSheet::cells(1936, 360, 1));
-  EXPECT_FALSE(ContactSheet::cells(1936, 8, 6));
-}
-
-TEST(MediaImporterContactSheet, NeedsAFrame) {
-  EXPECT_FALSE(MediaImporter::contactSheet({}));
-}
-
-TEST(MediaImporterContactSheet, OneFrameFillsOneCell) {
-  const auto sheet = MediaImporter::contactSheet({filled(320, 180, {200, 40, 40})});
-  ASSERT_TRUE(sheet);
-  EXPECT_EQ(sheet->width(), 640);
-  EXPECT_EQ(sheet->height(), 360);
-  expectColour(*sheet, 320, 180, {200, 40, 40}, 1);
 }
 
 TEST(MediaImporterContactSheet, CellsTakeTheFirstFramesShapeAndTheRestStaysGray) {
-  const std::vector<std::vector<double>> colours{
-      {250, 0, 0}, {0, 250, 0}, {0, 0, 250}, {250, 250, 0}};
-  // Only the first frame's shape counts; the others are stretched.
-  const std::vector<VImage> frames{filled(400, 300, colours[0]), filled(100, 400, colours[1]),
-                                   filled(1280, 720, colours[2]), filled(30, 30, colours[3])};
-  const auto sheet = MediaImporter::contactSheet(frames);
+  EXPECT_FALSE(MediaImporter::contactSheet({}));
+  const auto sheet =
+      MediaImporter::contactSheet({filled(400, 300, {250, 0, 0}), filled(100, 400, {0, 250, 0}),
+                                   filled(30, 30, {0, 0, 250}), filled(30, 30, {0, 0, 250})});
   ASSERT_TRUE(sheet);
   EXPECT_EQ(sheet->width(), 1936);
   EXPECT_EQ(sheet->height(), 2 * 480 + 8);
-  const auto cells = ContactSheet::cells(sheet->width(), sheet->height(), 6);
-  ASSERT_TRUE(cells);
-  for (std::size_t i = 0; i < 4; ++i) {
-    const ContactSheet::Rect& cell = cells->at(i);
-    expectColour(*sheet, cell.x + 2, cell.y + 2, colours[i], 1);
-    expectColour(*sheet, cell.x + cell.width - 3, cell.y + cell.height - 3, colours[i], 1);
-  }
-  for (std::size_t i = 4; i < 6; ++i) {
-    expectColour(*sheet, cells->at(i).x + 320, cells->at(i).y + 240, {26, 26, 26}, 1);
-  }
-  expectColour(*sheet, 643, 100, {26, 26, 26}, 1);  // a gap
+  // The narrow second frame is stretched over its whole cell.
+  expectColour(*sheet, 648 + 2, 2, {0, 250, 0}, 1);
+  expectColour(*sheet, 648 + 637, 477, {0, 250, 0}, 1);
+  expectColour(*sheet, 1296 + 320, 488 + 240, {26, 26, 26}, 1);  // an empty cell
+  expectColour(*sheet, 643, 100, {26, 26, 26}, 1);               // a gap
 }
 
-TEST_F(MediaImporterInNewYork, TakenDateIsTheOriginalExifDateInLocalTime) {
+TEST_F(MediaImporterInNewYork, TakenDateIsTheOriginalExifDateElseTheTiffDateInLocalTime) {
   VImage picture = filled(4, 4, {0, 0, 0}).copy();
+  EXPECT_FALSE(MediaImporter::takenDate(picture));
   picture.set("exif-ifd0-DateTime",
               "2023:01:01 08:00:00 (2023:01:01 08:00:00, ASCII, 20 components, 20 bytes)");
   EXPECT_EQ(MediaImporter::takenDate(picture), dateFromSeconds(1'672'578'000));
   picture.set("exif-ifd2-DateTimeOriginal",
               "2024:02:29 12:00:00 (2024:02:29 12:00:00, ASCII, 20 components, 20 bytes)");
   EXPECT_EQ(MediaImporter::takenDate(picture), dateFromSeconds(kLeapNoonNewYork));
-}
-
-TEST_F(MediaImporterInNewYork, TakenDateInAnotherFormIsNone) {
-  EXPECT_FALSE(MediaImporter::takenDate(filled(4, 4, {0, 0, 0})));
-  for (const char* text : {"2024-02-29 12:00:00", "2023:02:29 12:00:00", "2024:02:29 12:00",
-                           "2024:02:29 12:00:00 and more", ""}) {
-    VImage picture = filled(4, 4, {0, 0, 0}).copy();
-    picture.set("exif-ifd2-DateTimeOriginal", text);
-    EXPECT_FALSE(MediaImporter::takenDate(picture)) << text;
+  for (const char* text : {"2024-02-29 12:00:00", "2023:02:29 12:00:00", "2024:02:29 12:00"}) {
+    VImage other = filled(4, 4, {0, 0, 0}).copy();
+    other.set("exif-ifd2-DateTimeOriginal", text);
+    EXPECT_FALSE(MediaImporter::takenDate(other)) << text;
   }
 }
 
@@ -252,94 +190,42 @@ TEST_F(MediaImporterInNewYork, PhotoHasItsCaptureFieldsAndPictures) {
 
   const MediaImporter::Imported imported = MediaImporter::load(path, kNow);
   const Capture& capture = imported.capture;
-  EXPECT_TRUE(std::regex_match(
-      capture.id,
-      std::regex("[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}")))
-      << capture.id;
-  EXPECT_EQ(capture.createdAt, kNow);
   EXPECT_EQ(capture.app, "Photos");
-  EXPECT_EQ(capture.bundleID, std::nullopt);
   EXPECT_EQ(capture.windowTitle, "Beach Day");
-  EXPECT_EQ(capture.url, std::nullopt);
-  EXPECT_EQ(capture.media, CaptureMedia::photo);
-  EXPECT_EQ(capture.stage, CaptureStage::captured);
-  EXPECT_EQ(capture.duration, std::nullopt);
   EXPECT_EQ(capture.takenAt, dateFromSeconds(kLeapNoonNewYork));
-  EXPECT_EQ(capture.imageFile, "media/" + capture.id + ".jpg");
   EXPECT_EQ(capture.originalFile, "media/" + capture.id + "-original.jpg");
-  EXPECT_FALSE(imported.sheet);
 
   const VImage image = decoded(imported.image);
   EXPECT_EQ(image.width(), 2560);
   EXPECT_NEAR(image.height(), 1707, 1);
-  EXPECT_EQ(capture.width, image.width());
-  EXPECT_EQ(capture.height, image.height());
   const VImage thumbnail = decoded(imported.thumbnail);
   EXPECT_EQ(thumbnail.width(), 720);
-  EXPECT_EQ(thumbnail.height(), 480);
   expectColour(thumbnail, 100, 240, {255, 0, 0});
   EXPECT_NE(MediaImporter::load(path, kNow).capture.id, capture.id);
 }
 
-TEST_F(MediaImporterInNewYork, PhotoWithoutExifDateHasTheTiffDateOrNone) {
-  testing::TempDir dir;
-  VImage dated = halves(40, 30).copy();
-  dated.set("exif-ifd0-DateTime", "2024:02:29 12:00:00");
-  dated.jpegsave((dir.path() / "dated.jpg").c_str());
-  halves(40, 30).pngsave((dir.path() / "plain.png").c_str());
-  EXPECT_EQ(MediaImporter::photo(dir.path() / "dated.jpg", kNow).capture.takenAt,
-            dateFromSeconds(kLeapNoonNewYork));
-  EXPECT_EQ(MediaImporter::photo(dir.path() / "plain.png", kNow).capture.takenAt, std::nullopt);
-}
-
-TEST(MediaImporterPhoto, KeepsTheRotationOfItsOrientationTag) {
+TEST(MediaImporterPhoto, IsTurnedUprightAndNeverEnlarged) {
   testing::TempDir dir;
   VImage stored = halves(400, 200).copy();
   stored.set("orientation", 6);  // shown turned a quarter clockwise: the red left half on top
   stored.jpegsave((dir.path() / "turned.jpg").c_str());
   const MediaImporter::Imported imported = MediaImporter::photo(dir.path() / "turned.jpg", kNow);
   EXPECT_EQ(imported.capture.width, 200);
-  EXPECT_EQ(imported.capture.height, 400);
   const VImage image = decoded(imported.image);
   expectColour(image, 100, 50, {255, 0, 0});
   expectColour(image, 100, 350, {0, 0, 255});
   expectColour(decoded(imported.thumbnail), 100, 50, {255, 0, 0});
-}
-
-TEST(MediaImporterPhoto, IsNeverEnlarged) {
-  testing::TempDir dir;
-  halves(300, 200).webpsave((dir.path() / "small.webp").c_str());
-  const MediaImporter::Imported imported = MediaImporter::photo(dir.path() / "small.webp", kNow);
-  EXPECT_EQ(imported.capture.width, 300);
-  EXPECT_EQ(decoded(imported.thumbnail).width(), 300);
-  EXPECT_EQ(imported.capture.originalFile, "media/" + imported.capture.id + "-original.webp");
-}
-
-TEST(MediaImporterBadInput, WhatIsNoMediaByNameIsRefusedUnread) {
-  const auto failure = failureOf([] { MediaImporter::load("/nowhere/notes.txt", kNow); });
-  EXPECT_EQ(failure, MediaImporter::Failure::notMedia("notes.txt"));
-  EXPECT_STREQ(failure.what(), "notes.txt is neither a photo nor a video.");
+  EXPECT_EQ(decoded(imported.thumbnail).width(), 200);
 }
 
 TEST(MediaImporterBadInput, PhotosThatGiveNoPictureAreUnreadable) {
   testing::TempDir dir;
-  void* buffer = nullptr;
-  std::size_t size = 0;
-  halves(600, 400).write_to_buffer(".jpg", &buffer, &size);
-  const Bytes jpeg(static_cast<std::uint8_t*>(buffer), static_cast<std::uint8_t*>(buffer) + size);
-  g_free(buffer);
-  const std::string text = "Just some notes, not a picture.\n";
-  writeFile(dir.path() / "empty.jpg", {});
-  writeFile(dir.path() / "cut.jpg",
-            Bytes(jpeg.begin(), jpeg.begin() + static_cast<std::ptrdiff_t>(size / 2)));
-  writeFile(dir.path() / "notes.jpg", Bytes(text.begin(), text.end()));
+  std::ofstream{dir.path() / "empty.jpg"};
+  halves(600, 400).jpegsave((dir.path() / "cut.jpg").c_str());
+  cutInHalf(dir.path() / "cut.jpg");
+  std::ofstream(dir.path() / "notes.jpg") << "Just some notes, not a picture.\n";
   writeFile(dir.path() / "huge.png", testing::blackPng(50'000, 50'000));
-  // A document that a loader libvips doesn't trust would draw.
-  const std::string svg = "<svg xmlns='http://www.w3.org/2000/svg' width='10' height='10'/>";
-  writeFile(dir.path() / "drawing.png", Bytes(svg.begin(), svg.end()));
-
-  for (const char* name :
-       {"empty.jpg", "cut.jpg", "notes.jpg", "huge.png", "drawing.png", "missing.png"}) {
+  for (const char* name : {"empty.jpg", "cut.jpg", "notes.jpg", "huge.png"}) {
     const auto failure = failureOf([&] { MediaImporter::load(dir.path() / name, kNow); });
     EXPECT_EQ(failure, MediaImporter::Failure::unreadable(name));
     EXPECT_EQ(std::string(failure.what()).rfind(std::string("Couldn't read ") + name, 0), 0u)
@@ -350,15 +236,9 @@ TEST(MediaImporterBadInput, PhotosThatGiveNoPictureAreUnreadable) {
   EXPECT_STREQ(failureOf([&] { MediaImporter::photo(dir.path() / "huge.png", kNow); }).what(),
                "Couldn't read huge.png: the picture is 50000 by 50000 pixels, more than 200 "
                "megapixels.");
-}
-
-TEST(MediaImporterFailure, IsEqualForOneKindAndOneFile) {
-  EXPECT_EQ(MediaImporter::Failure::unreadable("a.mp4"),
-            MediaImporter::Failure::unreadable("a.mp4", "it has no length"));
-  EXPECT_NE(MediaImporter::Failure::unreadable("a.mp4"), MediaImporter::Failure::notMedia("a.mp4"));
-  EXPECT_NE(MediaImporter::Failure::unreadable("a.mp4"),
-            MediaImporter::Failure::unreadable("b.mp4"));
-  EXPECT_STREQ(MediaImporter::Failure::unreadable("a.mp4").what(), "Couldn't read a.mp4.");
+  const auto notMedia = failureOf([] { MediaImporter::load("/nowhere/notes.txt", kNow); });
+  EXPECT_EQ(notMedia, MediaImporter::Failure::notMedia("notes.txt"));
+  EXPECT_STREQ(notMedia.what(), "notes.txt is neither a photo nor a video.");
 }
 
 TEST(MediaImporterVideo, HasItsCaptureFieldsPosterAndSheet) {
@@ -372,28 +252,17 @@ TEST(MediaImporterVideo, HasItsCaptureFieldsPosterAndSheet) {
   const MediaImporter::Imported imported = MediaImporter::load(path, kNow);
   const Capture& capture = imported.capture;
   EXPECT_EQ(capture.app, "Videos");
-  EXPECT_EQ(capture.media, CaptureMedia::video);
-  EXPECT_EQ(capture.windowTitle, "Walk");
-  EXPECT_EQ(capture.createdAt, kNow);
   ASSERT_TRUE(capture.duration);
   EXPECT_NEAR(*capture.duration, 4, 0.15);
   EXPECT_EQ(capture.takenAt, dateFromSeconds(kLeapNoonUtc));
-  EXPECT_EQ(capture.width, 320);
-  EXPECT_EQ(capture.height, 240);
-  EXPECT_EQ(capture.imageFile, "media/" + capture.id + ".jpg");
   EXPECT_EQ(capture.originalFile, "media/" + capture.id + "-original.mp4");
-
-  const VImage poster = decoded(imported.image);
-  EXPECT_EQ(poster.width(), 320);
-  expectColour(poster, 160, 10, {255, 0, 0}, 40);
-  EXPECT_EQ(decoded(imported.thumbnail).width(), 320);
+  expectColour(decoded(imported.image), 160, 10, {255, 0, 0}, 40);
 
   // Six frames, each near its key time and in order.
   ASSERT_TRUE(imported.sheet);
   const VImage sheet = decoded(*imported.sheet);
   const auto cells = ContactSheet::cells(sheet.width(), sheet.height(), 6);
   ASSERT_TRUE(cells) << sheet.width() << "x" << sheet.height();
-  EXPECT_EQ(cells->front().height, 480);
   const std::vector<double> times = MediaImporter::keyTimes(4, 6);
   double previous = -1;
   for (std::size_t i = 0; i < cells->size(); ++i) {
@@ -404,36 +273,28 @@ TEST(MediaImporterVideo, HasItsCaptureFieldsPosterAndSheet) {
   }
 }
 
-TEST(MediaImporterVideo, TurnsFramesByTheDisplayRotation) {
+TEST(MediaImporterVideo, FramesTurnByTheDisplayRotationAndFitTheLargestSize) {
   testing::TempDir dir;
-  const auto path = dir.path() / "portrait.mov";
   // Stored landscape, red band on top; a player turns it a quarter clockwise,
   // which puts the band on the right.
-  testing::writeTestVideo(path, {.seconds = 1, .rotation = 90});
-  const MediaImporter::Imported imported = MediaImporter::video(path, kNow);
-  EXPECT_EQ(imported.capture.width, 240);
-  EXPECT_EQ(imported.capture.height, 320);
-  const VImage poster = decoded(imported.image);
+  testing::writeTestVideo(dir.path() / "portrait.mov", {.seconds = 1, .rotation = 90});
+  const MediaImporter::Imported turned = MediaImporter::video(dir.path() / "portrait.mov", kNow);
+  EXPECT_EQ(turned.capture.width, 240);
+  const VImage poster = decoded(turned.image);
   expectColour(poster, 230, 160, {255, 0, 0}, 40);
-  expectColour(poster, 10, 160, {0, 0, 0}, 255);
-  EXPECT_LT(poster.getpoint(10, 160)[1], 200);
   EXPECT_NEAR(poster.getpoint(10, 160)[0], poster.getpoint(10, 160)[1], 10);  // gray, not red
-}
 
-TEST(MediaImporterVideo, FramesFitWithinTheLargestSize) {
-  testing::TempDir dir;
   testing::writeTestVideo(dir.path() / "wide.mp4", {.seconds = 0.5, .width = 1920, .height = 1080});
-  const MediaImporter::Imported imported = MediaImporter::video(dir.path() / "wide.mp4", kNow);
-  EXPECT_EQ(imported.capture.width, 1280);
-  EXPECT_EQ(imported.capture.height, 720);
-  EXPECT_EQ(decoded(imported.thumbnail).width(), 720);
+  const MediaImporter::Imported wide = MediaImporter::video(dir.path() / "wide.mp4", kNow);
+  EXPECT_EQ(wide.capture.width, 1280);
+  EXPECT_EQ(decoded(wide.thumbnail).width(), 720);
 }
 
-TEST(MediaImporterVideo, FramesThatFailAreSkippedAndThePosterIsTheFirstThatWorked) {
+TEST(MediaImporterVideo, FramesThatFailAreSkipped) {
   testing::TempDir dir;
   // Key frames every second; the first two seconds are damaged, which
   // spoils the frames for 0.3 s and 1.38 s: the nearest that decode, at 2 s,
-  // lie more than half a second away.
+  // lie more than half a second away. The poster is the first that worked.
   testing::writeTestVideo(dir.path() / "damaged.mp4",
                           {.seconds = 6, .keyframeInterval = 10, .damagedSeconds = 2});
   const MediaImporter::Imported imported = MediaImporter::video(dir.path() / "damaged.mp4", kNow);
@@ -443,47 +304,31 @@ TEST(MediaImporterVideo, FramesThatFailAreSkippedAndThePosterIsTheFirstThatWorke
   const VImage poster = decoded(imported.image);
   EXPECT_NEAR(grayIn(poster, {0, 0, poster.width(), poster.height()}),
               testing::timeLevel(MediaImporter::keyTimes(6, 6)[2], 6), 255 * 0.5 / 6 + 10);
-}
 
-TEST(MediaImporterVideo, OneFrameThatWorkedMakesASheetOfOneCell) {
-  testing::TempDir dir;
-  // Frames are asked for at 0.5, 2.3, 4.1, 5.9, 7.7 and 9.5 s; only the last
-  // lies within half a second of the key frame at 9 s that ends the damage.
+  // Of frames at 0.5, 2.3, 4.1, 5.9, 7.7 and 9.5 s only the last lies within
+  // half a second of the key frame at 9 s that ends the damage: one cell.
   testing::writeTestVideo(dir.path() / "mostly-damaged.mp4",
                           {.seconds = 10, .keyframeInterval = 10, .damagedSeconds = 9});
-  const MediaImporter::Imported imported =
-      MediaImporter::video(dir.path() / "mostly-damaged.mp4", kNow);
-  const VImage sheet = decoded(*imported.sheet);
-  EXPECT_EQ(sheet.width(), 640);
-  EXPECT_EQ(sheet.height(), 480);
+  const VImage single =
+      decoded(*MediaImporter::video(dir.path() / "mostly-damaged.mp4", kNow).sheet);
+  EXPECT_EQ(single.width(), 640);
+  EXPECT_EQ(single.height(), 480);
 }
 
 TEST(MediaImporterBadInput, VideosThatGiveNoPictureAreUnreadable) {
   testing::TempDir dir;
   testing::writeTestVideo(dir.path() / "voice.mp4",
                           {.seconds = 1, .width = 0, .height = 0, .sound = testing::tone(1, 300)});
-  // Of no length: MP4 leaves out a track without samples, and Matroska
-  // writes a file that can't be opened.
-  testing::writeTestVideo(dir.path() / "nothing.mp4", {.seconds = 0});
-  testing::writeTestVideo(dir.path() / "nothing.mkv", {.seconds = 0});
-  testing::writeTestVideo(dir.path() / "whole.mp4", {.seconds = 1});
-  const Bytes whole = readFile(dir.path() / "whole.mp4");
-  writeFile(dir.path() / "cut.mp4",
-            Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(whole.size() / 2)));
-  writeFile(dir.path() / "empty.mov", {});
-  const std::string text = "Just some notes, not a video.\n";
-  writeFile(dir.path() / "notes.mkv", Bytes(text.begin(), text.end()));
+  testing::writeTestVideo(dir.path() / "cut.mp4", {.seconds = 1});
+  cutInHalf(dir.path() / "cut.mp4");
+  std::ofstream{dir.path() / "empty.mov"};
   testing::writeTestVideo(dir.path() / "all-damaged.mp4", {.seconds = 2, .damagedSeconds = 3});
 
   const std::map<std::string, std::string> expected{
       {"voice.mp4", "Couldn't read voice.mp4: it has no video stream."},
-      {"nothing.mp4", "Couldn't read nothing.mp4: it has no video stream."},
-      {"nothing.mkv", ""},
       {"empty.mov", "Couldn't read empty.mov: the file is empty."},
       {"all-damaged.mp4", "Couldn't read all-damaged.mp4: none of its frames could be decoded."},
-      {"cut.mp4", ""},
-      {"notes.mkv", ""},
-      {"missing.mp4", ""}};
+      {"cut.mp4", ""}};
   for (const auto& [name, words] : expected) {
     const auto failure = failureOf([&] { MediaImporter::load(dir.path() / name, kNow); });
     EXPECT_EQ(failure, MediaImporter::Failure::unreadable(name)) << failure.what();

@@ -53,100 +53,53 @@ void expectColour(const VImage& image, int x, int y, std::vector<double> colour)
 }
 
 TEST(ThumbnailerPng, KeepsEveryPixelAndTheTransparency) {
-  const VImage picture = filled(30, 20, {10, 200, 30, 77});
-  const std::optional<Bytes> png = Thumbnailer::png(picture);
+  const std::optional<Bytes> png = Thumbnailer::png(filled(30, 20, {10, 200, 30, 77}));
   ASSERT_TRUE(png);
   const VImage back = decoded(*png);
-  EXPECT_EQ(back.width(), 30);
-  EXPECT_EQ(back.height(), 20);
   EXPECT_EQ(back.getpoint(29, 19), (std::vector<double>{10, 200, 30, 77}));
 }
 
-TEST(ThumbnailerJpeg, LaysTransparencyOnWhite) {
-  const std::optional<Bytes> jpeg = Thumbnailer::jpeg(filled(16, 16, {0, 0, 0, 0}), 0.9);
-  ASSERT_TRUE(jpeg);
-  const VImage back = decoded(*jpeg);
-  EXPECT_EQ(back.bands(), 3);
-  expectColour(back, 8, 8, {255, 255, 255});
-}
-
-TEST(ThumbnailerJpeg, EncodesGreyAndSixteenBitPicturesAsColour) {
-  const VImage grey = filled(16, 16, {128});
+TEST(ThumbnailerJpeg, GivesColourOnWhiteWhateverThePicturesBandsAndDepth) {
   const VImage deep =
       (VImage::black(16, 16, VImage::option()->set("bands", 3)) + std::vector<double>{65535, 0, 0})
           .cast(VIPS_FORMAT_USHORT)
           .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16));
-  const std::optional<Bytes> fromGrey = Thumbnailer::jpeg(grey, 0.9);
+  const std::optional<Bytes> clear = Thumbnailer::jpeg(filled(16, 16, {0, 0, 0, 0}), 0.9);
+  const std::optional<Bytes> grey = Thumbnailer::jpeg(filled(16, 16, {128}), 0.9);
   const std::optional<Bytes> fromDeep = Thumbnailer::jpeg(deep, 0.9);
-  ASSERT_TRUE(fromGrey);
-  ASSERT_TRUE(fromDeep);
-  expectColour(decoded(*fromGrey), 8, 8, {128, 128, 128});
+  ASSERT_TRUE(clear && grey && fromDeep);
+  expectColour(decoded(*clear), 8, 8, {255, 255, 255});
+  expectColour(decoded(*grey), 8, 8, {128, 128, 128});
   expectColour(decoded(*fromDeep), 8, 8, {255, 0, 0});
 }
 
-TEST(ThumbnailerJpeg, QualityFromZeroToOneSpansLibvipsScale) {
-  const VImage noise = VImage::bandjoin(std::vector<VImage>{VImage::gaussnoise(200, 200),
-                                                            VImage::gaussnoise(200, 200),
-                                                            VImage::gaussnoise(200, 200)})
-                           .cast(VIPS_FORMAT_UCHAR)
-                           .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB))
-                           .copy_memory();
-  const std::optional<Bytes> lowest = Thumbnailer::jpeg(noise, 0);
-  const std::optional<Bytes> middle = Thumbnailer::jpeg(noise, 0.5);
-  const std::optional<Bytes> highest = Thumbnailer::jpeg(noise, 1);
-  ASSERT_TRUE(lowest && middle && highest);
-  EXPECT_LT(lowest->size(), middle->size());
-  EXPECT_LT(middle->size(), highest->size());
-  // Quality 1 is libvips's 100, not the 1 a raw value would give.
-  EXPECT_EQ(*highest, encoded(noise, ".jpg", VImage::option()->set("Q", 100)->set("strip", true)));
+TEST(ThumbnailerJpeg, QualityOneIsTheHighestOfLibvips) {
+  // Not the 1 of 100 that passing the value straight on would give.
+  EXPECT_EQ(Thumbnailer::jpeg(halves(64, 48), 1),
+            encoded(halves(64, 48), ".jpg", VImage::option()->set("Q", 100)->set("strip", true)));
 }
 
 TEST(ThumbnailerJpegFromBytes, ScalesTheLongestSideDownAndNeverUp) {
-  const std::optional<Bytes> wide =
-      Thumbnailer::jpeg(encoded(halves(1000, 500), ".png"), 720, 0.82);
   const std::optional<Bytes> tall =
       Thumbnailer::jpeg(encoded(halves(300, 1200), ".jpg"), 720, 0.82);
   const std::optional<Bytes> small =
       Thumbnailer::jpeg(encoded(halves(300, 200), ".webp"), 720, 0.82);
-  ASSERT_TRUE(wide && tall && small);
-  EXPECT_EQ(decoded(*wide).width(), 720);
-  EXPECT_EQ(decoded(*wide).height(), 360);
+  ASSERT_TRUE(tall && small);
   EXPECT_EQ(decoded(*tall).width(), 180);
   EXPECT_EQ(decoded(*tall).height(), 720);
   EXPECT_EQ(decoded(*small).width(), 300);
-  EXPECT_EQ(decoded(*small).height(), 200);
 }
 
-TEST(ThumbnailerJpegFromBytes, TurnsThePictureUprightByItsOrientation) {
-  // Orientation 6: the stored picture is shown turned a quarter clockwise,
-  // so its left half, red, ends on top.
-  VImage stored = halves(400, 200).copy();
-  stored.set("orientation", 6);
-  const std::optional<Bytes> jpeg = Thumbnailer::jpeg(encoded(stored, ".jpg"), 720, 0.82);
-  ASSERT_TRUE(jpeg);
-  const VImage upright = decoded(*jpeg);
-  EXPECT_EQ(upright.width(), 200);
-  EXPECT_EQ(upright.height(), 400);
-  expectColour(upright, 100, 50, {255, 0, 0});
-  expectColour(upright, 100, 350, {0, 0, 255});
-}
-
-TEST(ThumbnailerJpegFromBytes, GivesNothingForWhatIsNoPictureItCanDecode) {
+TEST(ThumbnailerJpegFromBytes, GivesNothingForWhatIsNoPictureItMayDecode) {
   const Bytes jpeg = encoded(halves(400, 300), ".jpg");
   const Bytes cut(jpeg.begin(), jpeg.begin() + static_cast<std::ptrdiff_t>(jpeg.size() / 2));
-  const std::string text = "not a picture at all";
   const std::string svg = "<svg xmlns='http://www.w3.org/2000/svg' width='10' height='10'/>";
-  EXPECT_FALSE(Thumbnailer::jpeg(Bytes(text.begin(), text.end()), 720, 0.82));
-  // Only loaders that libvips trusts read bytes from the web.
-  EXPECT_FALSE(Thumbnailer::jpeg(Bytes(svg.begin(), svg.end()), 720, 0.82));
   EXPECT_FALSE(Thumbnailer::jpeg(Bytes{}, 720, 0.82));
   EXPECT_FALSE(Thumbnailer::jpeg(cut, 720, 0.82));
-  EXPECT_FALSE(Thumbnailer::jpeg(jpeg, 0, 0.82));
-}
-
-TEST(ThumbnailerJpegFromBytes, RefusesAPictureTooLargeToDecodeFromItsHeader) {
+  // Only loaders that libvips trusts read bytes from the web.
+  EXPECT_FALSE(Thumbnailer::jpeg(Bytes(svg.begin(), svg.end()), 720, 0.82));
+  // Refused from its header; a large picture under the limit is decoded.
   EXPECT_FALSE(Thumbnailer::jpeg(testing::blackPng(50'000, 50'000), 720, 0.82));
-  // A large picture under the limit is decoded.
   EXPECT_TRUE(Thumbnailer::jpeg(testing::blackPng(4000, 4000), 720, 0.82));
 }
 

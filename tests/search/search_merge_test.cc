@@ -45,12 +45,6 @@ std::vector<Score> field(const std::vector<float>& values) {
   return result;
 }
 
-std::vector<float> valuesOf(const std::vector<Score>& scores) {
-  std::vector<float> result;
-  for (const Score& s : scores) result.push_back(s.score);
-  return result;
-}
-
 TEST(SearchMergeScores, KeepsTheOrderOfTheVectorsAndLeavesOutTheExcludedId) {
   const std::vector<Entry> entries = {
       {"a", {0.6f, 0.8f}}, {"b", {1.0f, 0.0f}}, {"c", {0.0f, 1.0f}}, {"d", {-1.0f, 0.0f}}};
@@ -82,16 +76,15 @@ TEST(SearchMergeStandouts, BelowSixScoresTheBestAndThoseNearItStandOut) {
 TEST(SearchMergeStandouts, FromSixScoresTheFloorAlsoStandsAboveTheMedian) {
   EXPECT_TRUE(SearchMerge::standouts(field(std::vector<float>(6, 0.7f))).empty());
   // near 0.83, lifted 0.58: the floor is near.
-  EXPECT_EQ(
-      valuesOf(SearchMerge::standouts(field({0.35f, 0.90f, 0.60f, 0.55f, 0.50f, 0.45f, 0.40f}))),
-      std::vector<float>{0.90f});
+  EXPECT_EQ(SearchMerge::standouts(field({0.35f, 0.90f, 0.60f, 0.55f, 0.50f, 0.45f, 0.40f})),
+            (std::vector<Score>{{"s1", 0.90f}}));
   // near 0.55, lifted 0.66: the floor lies above the best score.
   EXPECT_TRUE(
       SearchMerge::standouts(field({0.62f, 0.60f, 0.59f, 0.58f, 0.50f, 0.49f, 0.48f})).empty());
   // Of an even field the lower middle, 0.50, lifts the floor to 0.58, under
   // near at 0.63; the upper middle, 0.60, would lift it to 0.68 and drop 0.66.
-  EXPECT_EQ(valuesOf(SearchMerge::standouts(field({0.30f, 0.40f, 0.50f, 0.60f, 0.66f, 0.70f}))),
-            (std::vector<float>{0.70f, 0.66f}));
+  EXPECT_EQ(SearchMerge::standouts(field({0.30f, 0.40f, 0.50f, 0.60f, 0.66f, 0.70f})),
+            (std::vector<Score>{{"s5", 0.70f}, {"s4", 0.66f}}));
 }
 
 TEST(SearchMergeMerge, RanksByReciprocalPositionsThenIdUpToTheLimit) {
@@ -143,16 +136,6 @@ TEST(SearchMergeReasons, GatherEveryListNamingAnIdAndCollectionAloneForTheRest) 
       {"c", {SearchReason::meaning}},
       {"filled", {SearchReason::collection}}};
   EXPECT_EQ(why, expected);
-}
-
-TEST(SearchReason, RawStringsAreTheNamesInMergeOrder) {
-  std::vector<std::string> raws;
-  for (SearchReason reason : SearchReason::all()) {
-    raws.emplace_back(reason.raw());
-    EXPECT_EQ(SearchReason::fromRaw(reason.raw()), reason);
-  }
-  EXPECT_EQ(raws, (std::vector<std::string>{"words", "look", "meaning", "collection"}));
-  EXPECT_EQ(SearchReason::fromRaw("Words"), std::nullopt);
 }
 
 }  // namespace

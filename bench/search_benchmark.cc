@@ -4,13 +4,16 @@
 // embedding of the query costs well under a millisecond on loopback).
 // Read the p50 and p95 rows.
 #include <benchmark/benchmark.h>
+#include <sys/resource.h>
 
 #include <cmath>
+#include <fstream>
 #include <random>
 
 #include "bench/one_at_a_time.h"
 #include "core/library/library.h"
 #include "core/understanding/vector_math.h"
+#include "tests/testing/child_process.h"
 #include "tests/testing/imitation_ollama.h"
 #include "tests/testing/sample_captures.h"
 #include "tests/testing/temp_dir.h"
@@ -27,12 +30,15 @@ struct Generated {
   testing::ImitationOllama daemon;
   std::unique_ptr<Library> library;
 
+  // Where brindlemoor-mcp finds it with XDG_DATA_HOME set to dir.
+  std::filesystem::path root() const { return dir.path() / "Brindlemoor"; }
+
   explicit Generated(int captures) {
     daemon.setModels({"e"});
     std::mt19937 random(5);
     std::normal_distribution<float> normal;
     {
-      LibraryStore store(dir.path());
+      LibraryStore store(root());
       for (int c = 0; c < captures / 100; ++c) {
         store.insertCollection({"c" + std::to_string(c), "Group", "📁", now(), now(), 0, 0, false});
       }
@@ -54,7 +60,7 @@ struct Generated {
                                     : std::nullopt);
       }
     }
-    library = std::make_unique<Library>(std::make_unique<LibraryStore>(dir.path()),
+    library = std::make_unique<Library>(std::make_unique<LibraryStore>(root()),
                                         OllamaClient(daemon.host()), "v", "e", Organizer());
     library->findings("warm");  // the first search reads the vectors in
   }
@@ -85,6 +91,30 @@ void BM_Related(benchmark::State& state) {
 BENCHMARK(BM_Related)->Arg(10'000)->Arg(100'000)->Apply([](benchmark::internal::Benchmark* b) {
   bench::oneAtATime(b, 50);
 });
+
+// The peak resident memory of brindlemoor-mcp answering a search on the
+// library of 10,000 captures, beside the size of the vectors it holds.
+void BM_McpMemory(benchmark::State& state) {
+  Generated& generated = library(10'000);
+  const auto requests = generated.dir.path() / "requests.jsonl";
+  std::ofstream(requests)
+      << R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-06-18"}})"
+      << "\n"
+      << R"({"jsonrpc":"2.0","id":2,"method":"tools/call","params":{"name":"search_brindlemoor","arguments":{"query":"lemon tart"}}})"
+      << "\n";
+  for (auto _ : state) {
+    testing::ChildProcess server("/bin/sh",
+                                 {"-c", "exec \"$0\" < \"$1\"", BRINDLEMOOR_MCP, requests.string()},
+                                 {{"XDG_DATA_HOME", generated.dir.path().string()},
+                                  {"OLLAMA_HOST", generated.daemon.host()}});
+    server.wait();
+  }
+  rusage usage{};
+  ::getrusage(RUSAGE_CHILDREN, &usage);
+  state.counters["peak_rss_MB"] = static_cast<double>(usage.ru_maxrss) / 1024;
+  state.counters["vectors_MB"] = 10'000.0 * 2 * kDimension * sizeof(float) / (1 << 20);
+}
+BENCHMARK(BM_McpMemory)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace brindlemoor

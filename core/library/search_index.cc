@@ -8,23 +8,25 @@ constexpr std::int64_t kMembersRead = 100'000;
 
 }  // namespace
 
-SearchIndex::Space::Space(const std::vector<LibraryStore::IdVector>& vectors) {
-  std::size_t floats = 0;
-  for (const auto& entry : vectors) floats += entry.vector.size();
-  m_ids.reserve(vectors.size());
-  m_floats.reserve(floats);
-  for (const auto& entry : vectors) {
-    m_ids.push_back(entry.id);
-    m_floats.insert(m_floats.end(), entry.vector.begin(), entry.vector.end());
-  }
+SearchIndex::Space SearchIndex::Space::read(LibraryStore& store, const std::string& model,
+                                            VectorSpace space) {
+  Space result;
+  std::vector<std::size_t> lengths;
+  store.forEachVector(model, space, [&](LibraryStore::IdVector&& entry) {
+    result.m_ids.push_back(std::move(entry.id));
+    result.m_floats.insert(result.m_floats.end(), entry.vector.begin(), entry.vector.end());
+    lengths.push_back(entry.vector.size());
+  });
+  result.m_floats.shrink_to_fit();
   // The blocks no longer move, so the views can be taken now.
-  m_entries.reserve(vectors.size());
+  result.m_entries.reserve(lengths.size());
   std::size_t start = 0;
-  for (std::size_t i = 0; i < vectors.size(); ++i) {
-    const std::size_t length = vectors[i].vector.size();
-    m_entries.push_back({m_ids[i], std::span<const float>(m_floats.data() + start, length)});
-    start += length;
+  for (std::size_t i = 0; i < lengths.size(); ++i) {
+    result.m_entries.push_back(
+        {result.m_ids[i], std::span<const float>(result.m_floats.data() + start, lengths[i])});
+    start += lengths[i];
   }
+  return result;
 }
 
 SearchIndex::SearchIndex(LibraryStore& store, std::string model)
@@ -41,12 +43,12 @@ std::shared_ptr<const SearchIndex::Snapshot> SearchIndex::current() {
   if (m_snapshot && stamp && stamp == m_stamp) return m_snapshot;
 
   bool whole = stamp.has_value();
-  auto read = [&](VectorSpace space) -> std::vector<LibraryStore::IdVector> {
+  auto read = [&](VectorSpace space) {
     try {
-      return m_store.vectors(m_model, space);
+      return Space::read(m_store, m_model, space);
     } catch (const Database::Failure&) {
       whole = false;  // searched without this space; read again next time
-      return {};
+      return Space();
     }
   };
   std::map<std::string, std::vector<std::string>> members;

@@ -33,13 +33,15 @@ class SearchIndex {
       std::string_view id;
       std::span<const float> vector;
     };
-    explicit Space(const std::vector<LibraryStore::IdVector>& vectors);
     Space() = default;
     // A move keeps the blocks where they are, and so the views valid.
     Space(Space&&) = default;
     Space& operator=(Space&&) = default;
 
     const std::vector<Entry>& entries() const { return m_entries; }
+
+    // Reads the space of `model` from `store`. Throws Database::Failure.
+    static Space read(LibraryStore& store, const std::string& model, VectorSpace space);
 
    private:
     std::vector<std::string> m_ids;

@@ -177,19 +177,25 @@ std::int64_t Database::run(std::string_view sql, Arguments args) {
 }
 
 std::vector<Database::Row> Database::query(std::string_view sql, Arguments args) {
+  std::vector<Row> rows;
+  forEachRow(sql, args, [&](Row&& row) { rows.push_back(std::move(row)); });
+  return rows;
+}
+
+void Database::forEachRow(std::string_view sql, Arguments args,
+                          const std::function<void(Row&&)>& visit) {
   Statement statement(m_handle, sql);
   statement.bind(args);
-  std::vector<Row> rows;
   std::shared_ptr<const std::vector<std::string>> columns;
   while (statement.step()) {
     if (!columns) columns = statement.columns();
     std::vector<Value> cells;
     cells.reserve(columns->size());
-    for (std::size_t i = 0; i < columns->size(); ++i)
+    for (std::size_t i = 0; i < columns->size(); ++i) {
       cells.push_back(statement.cell(static_cast<int>(i)));
-    rows.emplace_back(columns, std::move(cells));
+    }
+    visit(Row(columns, std::move(cells)));
   }
-  return rows;
 }
 
 std::int64_t Database::lastInsertRowID() const {

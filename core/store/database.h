@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -106,6 +107,9 @@ class Database {
   std::vector<Row> query(std::string_view sql, std::initializer_list<Value> args) {
     return query(sql, Arguments(args.begin(), args.size()));
   }
+  // Runs one statement and hands each row to `visit` as it comes, so a large
+  // result is never held whole. Throws Failure, and what `visit` throws.
+  void forEachRow(std::string_view sql, Arguments args, const std::function<void(Row&&)>& visit);
   std::int64_t lastInsertRowID() const;
   // How many rows this connection has changed since it was opened.
   std::int64_t totalChanges() const;

@@ -340,14 +340,19 @@ std::optional<std::vector<float>> LibraryStore::vector(std::string_view id, Vect
 std::vector<LibraryStore::IdVector> LibraryStore::vectors(std::string_view model,
                                                           VectorSpace space) {
   std::vector<IdVector> result;
-  for (const auto& row :
-       m_db.query("SELECT capture_id, vector FROM vectors WHERE model = ? AND space = ?",
-                  {model, space.raw()})) {
-    const std::string* id = row["capture_id"].textValue();
-    const Bytes* blob = row["vector"].blobValue();
-    if (id && blob) result.push_back({*id, internal::floatsFromBlob(*blob)});
-  }
+  forEachVector(model, space, [&](IdVector&& entry) { result.push_back(std::move(entry)); });
   return result;
+}
+
+void LibraryStore::forEachVector(std::string_view model, VectorSpace space,
+                                 const std::function<void(IdVector&&)>& visit) {
+  const Value args[] = {model, space.raw()};
+  m_db.forEachRow("SELECT capture_id, vector FROM vectors WHERE model = ? AND space = ?", args,
+                  [&](Database::Row&& row) {
+                    const std::string* id = row["capture_id"].textValue();
+                    const Bytes* blob = row["vector"].blobValue();
+                    if (id && blob) visit({*id, internal::floatsFromBlob(*blob)});
+                  });
 }
 
 std::vector<LibraryStore::Filing> LibraryStore::filings(std::int64_t limit) {

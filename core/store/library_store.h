@@ -16,6 +16,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -113,6 +114,10 @@ class LibraryStore {
   std::optional<std::vector<float>> vector(std::string_view id, VectorSpace space);
   // Every vector of one space made by `model`, in one statement.
   std::vector<IdVector> vectors(std::string_view model, VectorSpace space);
+  // The same, handed to `visit` one by one as they are read, so that a whole
+  // space is never held twice.
+  void forEachVector(std::string_view model, VectorSpace space,
+                     const std::function<void(IdVector&&)>& visit);
   // Where a capture stands for filing: its collection and its stage.
   struct Filing {
     std::string id;

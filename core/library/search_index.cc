@@ -11,13 +11,17 @@ constexpr std::int64_t kMembersRead = 100'000;
 SearchIndex::Space SearchIndex::Space::read(LibraryStore& store, const std::string& model,
                                             VectorSpace space) {
   Space result;
+  // Room made first, so the block is never copied while it grows.
+  const auto [count, floats] = store.vectorSize(model, space);
+  result.m_ids.reserve(static_cast<std::size_t>(count));
+  result.m_floats.reserve(static_cast<std::size_t>(floats));
   std::vector<std::size_t> lengths;
+  lengths.reserve(static_cast<std::size_t>(count));
   store.forEachVector(model, space, [&](LibraryStore::IdVector&& entry) {
     result.m_ids.push_back(std::move(entry.id));
     result.m_floats.insert(result.m_floats.end(), entry.vector.begin(), entry.vector.end());
     lengths.push_back(entry.vector.size());
   });
-  result.m_floats.shrink_to_fit();
   // The blocks no longer move, so the views can be taken now.
   result.m_entries.reserve(lengths.size());
   std::size_t start = 0;

@@ -344,6 +344,16 @@ std::vector<LibraryStore::IdVector> LibraryStore::vectors(std::string_view model
   return result;
 }
 
+std::pair<std::int64_t, std::int64_t> LibraryStore::vectorSize(std::string_view model,
+                                                               VectorSpace space) {
+  const auto rows = m_db.query(
+      "SELECT count(*) AS n, coalesce(sum(length(vector) / 4), 0) AS floats FROM vectors "
+      "WHERE model = ? AND space = ?",
+      {model, space.raw()});
+  if (rows.empty()) return {0, 0};
+  return {rows.front()["n"].intValue().value_or(0), rows.front()["floats"].intValue().value_or(0)};
+}
+
 void LibraryStore::forEachVector(std::string_view model, VectorSpace space,
                                  const std::function<void(IdVector&&)>& visit) {
   const Value args[] = {model, space.raw()};

@@ -114,6 +114,9 @@ class LibraryStore {
   std::optional<std::vector<float>> vector(std::string_view id, VectorSpace space);
   // Every vector of one space made by `model`, in one statement.
   std::vector<IdVector> vectors(std::string_view model, VectorSpace space);
+  // How many vectors of one space `model` made, and how many floats they
+  // hold in all: what to make room for before reading them.
+  std::pair<std::int64_t, std::int64_t> vectorSize(std::string_view model, VectorSpace space);
   // The same, handed to `visit` one by one as they are read, so that a whole
   // space is never held twice.
   void forEachVector(std::string_view model, VectorSpace space,

@@ -30,6 +30,7 @@ class ChildProcess {
   // Ends it at once with SIGKILL, as a crash or a power cut would.
   void kill();
 
+  pid_t pid() const { return m_pid; }
   const std::string& out() const { return m_out; }
   const std::string& err() const { return m_err; }
 

@@ -10,10 +10,15 @@
 
 #include "core/media/contact_sheet.h"
 #include "tests/testing/media_files.h"
+#include "tests/testing/pictures.h"
 #include "tests/testing/temp_dir.h"
 
 namespace brindlemoor {
 namespace {
+
+using testing::encoded;
+using testing::filled;
+using testing::halves;
 
 using vips::VImage;
 
@@ -29,27 +34,6 @@ const Date kNow = dateFromSeconds(1'700'000'000);
 // 2024-02-29 12:00:00 in UTC, and as local time in New York (UTC-5 then).
 constexpr double kLeapNoonUtc = 1'709'208'000;
 constexpr double kLeapNoonNewYork = kLeapNoonUtc + 5 * 3600;
-
-VImage filled(int width, int height, std::vector<double> colour) {
-  return VImage::black(width, height)
-      .new_from_image(colour)
-      .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-}
-
-// Red on the left half, blue on the right.
-VImage halves(int width, int height) {
-  return filled(width / 2, height, {255, 0, 0})
-      .join(filled(width - width / 2, height, {0, 0, 255}), VIPS_DIRECTION_HORIZONTAL);
-}
-
-Bytes encoded(const VImage& image, const char* suffix, vips::VOption* options = nullptr) {
-  void* buffer = nullptr;
-  std::size_t size = 0;
-  image.write_to_buffer(suffix, &buffer, &size, options);
-  Bytes bytes(static_cast<std::uint8_t*>(buffer), static_cast<std::uint8_t*>(buffer) + size);
-  g_free(buffer);
-  return bytes;
-}
 
 void writeFile(const std::filesystem::path& path, const Bytes& bytes) {
   std::ofstream(path, std::ios::binary)

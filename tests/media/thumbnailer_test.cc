@@ -5,9 +5,14 @@
 #include <vips/vips8>
 
 #include "tests/testing/media_files.h"
+#include "tests/testing/pictures.h"
 
 namespace brindlemoor {
 namespace {
+
+using testing::encoded;
+using testing::filled;
+using testing::halves;
 
 using vips::VImage;
 
@@ -17,28 +22,6 @@ class Vips : public ::testing::Environment {
   void SetUp() override { ASSERT_EQ(VIPS_INIT("thumbnailer_test"), 0); }
 };
 const ::testing::Environment* const kVips = ::testing::AddGlobalTestEnvironment(new Vips);
-
-VImage filled(int width, int height, std::vector<double> colour) {
-  return VImage::black(width, height)
-      .new_from_image(colour)
-      .copy(VImage::option()->set("interpretation", colour.size() >= 3 ? VIPS_INTERPRETATION_sRGB
-                                                                       : VIPS_INTERPRETATION_B_W));
-}
-
-// Red on the left half, blue on the right.
-VImage halves(int width, int height) {
-  return filled(width / 2, height, {255, 0, 0})
-      .join(filled(width - width / 2, height, {0, 0, 255}), VIPS_DIRECTION_HORIZONTAL);
-}
-
-Bytes encoded(const VImage& image, const char* suffix, vips::VOption* options = nullptr) {
-  void* buffer = nullptr;
-  std::size_t size = 0;
-  image.write_to_buffer(suffix, &buffer, &size, options);
-  Bytes bytes(static_cast<std::uint8_t*>(buffer), static_cast<std::uint8_t*>(buffer) + size);
-  g_free(buffer);
-  return bytes;
-}
 
 VImage decoded(const Bytes& bytes) {
   return VImage::new_from_buffer(bytes.data(), bytes.size(), "").copy_memory();

@@ -60,7 +60,7 @@ TEST_F(CaptureTexts, ListingOfADescribedFiledPage) {
                 "Tags: baking, lemon");
 }
 
-TEST_F(CaptureTexts, ListingOfABarePhotoUsesMediaTakenDateAndSkipsWhatIsMissing) {
+TEST_F(CaptureTexts, ListingsOfBareCapturesSkipWhatIsMissing) {
   Capture photo = sampleCapture(1, 1700000000);
   photo.media = CaptureMedia::photo;
   photo.app = "";
@@ -72,18 +72,12 @@ TEST_F(CaptureTexts, ListingOfABarePhotoUsesMediaTakenDateAndSkipsWhatIsMissing)
   EXPECT_EQ(listing(photo),
             "IMG_0001 — Photos\nid " + kID + " · Photos · Jul 4, 2021, 9:05\u202fAM");
 
+  // An empty address gives way to the source name; dates follow locale and zone.
   Capture screen = sampleCapture(1, 1700000000);
   screen.url = "";
-  EXPECT_EQ(listing(screen),
-            "Window 1 — Screens\nid " + kID + " · Firefox · Nov 14, 2023, 10:13\u202fPM")
-      << "an empty address gives way to the source name";
-}
-
-TEST_F(CaptureTexts, DatesFollowTheGivenLocaleAndTimeZone) {
   const std::unique_ptr<icu::TimeZone> berlin(icu::TimeZone::createTimeZone("Europe/Berlin"));
-  const std::string text =
-      CaptureText::listing(sampleCapture(1, 1700000000), {}, icu::Locale("de_DE"), *berlin);
-  EXPECT_EQ(text, "Window 1 — Screens\nid " + kID + " · Firefox · 14.11.2023, 23:13");
+  EXPECT_EQ(CaptureText::listing(screen, {}, icu::Locale("de_DE"), *berlin),
+            "Window 1 — Screens\nid " + kID + " · Firefox · 14.11.2023, 23:13");
 }
 
 TEST_F(CaptureTexts, FullTextOfAnOrganizedVideoHasEveryBlockInOrder) {

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <memory>
 
 #include "core/agents/capture_text.h"
@@ -98,8 +99,7 @@ class MCP : public ::testing::Test {
 TEST_F(MCP, WhatIsNoJsonObjectGetsTheParseError) {
   const std::string deep = std::string(100000, '[') + std::string(100000, ']');
   for (const std::string& line :
-       {std::string(""), std::string("   "), std::string("[1,2]"), std::string("7"),
-        std::string("\"ping\""), std::string("{"), std::string("not json"),
+       {std::string(""), std::string("[1,2]"), std::string("{"),
         std::string(R"({"jsonrpc":"2.0","id":1,"method":"ping"} {})"), deep,
         R"({"jsonrpc":"2.0","id":1,"method":"ping","params":)" + deep + "}",
         std::string("{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"p\xffng\"}")}) {
@@ -115,12 +115,11 @@ TEST_F(MCP, IdAndMethodDecideWhetherAndHowToAnswer) {
                   {"error", {{"code", -32600}, {"message", "Invalid request"}}}}));
   EXPECT_EQ(reply(R"({"id":"a","method":42})")->at("error").at("code"), -32600);
   EXPECT_EQ(reply(R"({"jsonrpc":"2.0"})"), std::nullopt) << "neither id nor method";
-  EXPECT_EQ(reply(R"({"jsonrpc":"2.0","method":"notifications/initialized"})"), std::nullopt);
   EXPECT_EQ(reply(R"({"method":"tools/call","params":{"name":"list_collections"}})"), std::nullopt)
       << "a notification is never acted upon";
 
   // Any JSON value is an id, null included, and comes back as it was sent.
-  for (const json& id : {json(nullptr), json("x/y"), json(-3), json({{"k", 1}}), json(2.5)}) {
+  for (const json& id : {json(nullptr), json(-3), json({{"k", 1}})}) {
     const auto answer = reply(json{{"id", id}, {"method", "ping"}}.dump());
     EXPECT_EQ(answer, json({{"jsonrpc", "2.0"}, {"id", id}, {"result", json::object()}}));
   }
@@ -145,13 +144,13 @@ TEST_F(MCP, InitializeEchoesTheClientsVersionAndIntroducesTheServer) {
                    "chose to keep, each described, tagged and filed into collections. Search it "
                    "(search_brindlemoor) before asking the user about something they saw, read or "
                    "saved; open a result with get_capture for its full text."}}));
-  EXPECT_EQ(request("initialize").at("result").at("protocolVersion"), "2025-06-18");
-  EXPECT_EQ(request("initialize", {{"protocolVersion", 2025}}).at("result").at("protocolVersion"),
-            "2025-06-18");
-  EXPECT_EQ(
-      reply(R"({"id":1,"method":"initialize","params":[1]})")->at("result").at("protocolVersion"),
-      "2025-06-18")
-      << "params that aren't an object count as none";
+  for (const char* params : {"{}", R"({"protocolVersion":2025})", "[1]"}) {
+    EXPECT_EQ(reply(std::string(R"({"id":1,"method":"initialize","params":)") + params + "}")
+                  ->at("result")
+                  .at("protocolVersion"),
+              "2025-06-18")
+        << params;
+  }
 }
 
 TEST_F(MCP, ToolsListGivesTheFourToolsWordForWord) {
@@ -187,10 +186,9 @@ TEST_F(MCP, ToolsListGivesTheFourToolsWordForWord) {
 }
 
 TEST_F(MCP, ToolCallsAlwaysAnswerWithAResult) {
-  EXPECT_EQ(call("delete_everything").text, "Unknown tool delete_everything.");
-  EXPECT_TRUE(call("delete_everything").isError);
-  const json missing = request("tools/call", {{"arguments", json::object()}});
-  EXPECT_EQ(missing.at("result").at("content").at(0).at("text"), "Unknown tool .");
+  const Answer unknown = call("delete_everything");
+  EXPECT_EQ(unknown.text, "Unknown tool delete_everything.");
+  EXPECT_TRUE(unknown.isError);
   const json numbered = request("tools/call", {{"name", 3}});
   EXPECT_EQ(numbered.at("result").at("content").at(0).at("text"), "Unknown tool .");
 
@@ -207,72 +205,41 @@ TEST_F(MCP, SearchFindsByWordsWhileTheDaemonIsDown) {
   keep(2, "quarterly figures");
   EXPECT_EQ(call("search_brindlemoor", {{"query", "  lemon\n"}}).text,
             "Brindlemoor for “lemon” (1):\n\n" + listing(1));
-  EXPECT_NE(listing(1).find("🥧 Tart Evenings"), std::string::npos);
   const Answer none = call("search_brindlemoor", {{"query", "zebra"}});
   EXPECT_EQ(none.text, "Nothing in Brindlemoor matches “zebra”.");
   EXPECT_FALSE(none.isError);
 
-  for (const json& query : {json(nullptr), json(""), json(" \n\t "), json(5), json({"lemon"})}) {
+  for (const json& query : {json(nullptr), json(" \n\t "), json(5)}) {
     const Answer refused = call("search_brindlemoor", {{"query", query}});
     EXPECT_EQ(refused.text, "'query' must be a non-empty string.") << query;
     EXPECT_TRUE(refused.isError);
   }
-  EXPECT_EQ(call("search_brindlemoor").text, "'query' must be a non-empty string.");
 }
 
 TEST_F(MCP, OnlyAJsonIntegerIsALimitAndItIsClamped) {
   for (int n = 1; n <= 60; ++n) keep(n, "lemon number " + std::to_string(n));
-  const std::vector<std::pair<std::string, std::size_t>> searches = {{"", 8},
-                                                                     {"0", 1},
-                                                                     {"1", 1},
-                                                                     {"-1", 1},
-                                                                     {"3", 3},
-                                                                     {"1000", 25},
-                                                                     {"2.5", 8},
-                                                                     {"\"10\"", 8},
-                                                                     {"1e20", 8},
-                                                                     {"3.0", 8},
-                                                                     {"null", 8},
-                                                                     {"true", 8},
-                                                                     {"[5]", 8},
-                                                                     {"18446744073709551615", 25},
-                                                                     {"-9223372036854775808", 1},
-                                                                     {"100000000000000000000", 8},
-                                                                     {"-100000000000000000000", 8}};
-  for (const auto& [limit, expected] : searches) {
-    const std::string arguments =
-        limit.empty() ? R"({"query":"lemon"})" : R"({"query":"lemon","limit":)" + limit + "}";
-    const Answer answer = callRaw("search_brindlemoor", arguments);
-    EXPECT_EQ(listed(answer.text), expected) << "limit " << limit;
-    EXPECT_NE(answer.text.find("(" + std::to_string(expected) + "):"), std::string::npos);
+  // Every limit that is no JSON integer means the default.
+  const std::map<std::size_t, std::vector<std::string>> searches = {
+      {8, {"", "2.5", "\"10\"", "1e20", "null", "[5]", "100000000000000000000"}},
+      {1, {"0", "-1", "-9223372036854775808"}},
+      {3, {"3"}},
+      {25, {"1000", "18446744073709551615"}}};
+  for (const auto& [expected, limits] : searches) {
+    for (const std::string& limit : limits) {
+      const std::string arguments =
+          limit.empty() ? R"({"query":"lemon"})" : R"({"query":"lemon","limit":)" + limit + "}";
+      const Answer answer = callRaw("search_brindlemoor", arguments);
+      EXPECT_EQ(listed(answer.text), expected) << "limit " << limit;
+      EXPECT_NE(answer.text.find("(" + std::to_string(expected) + "):"), std::string::npos);
+    }
   }
   const std::vector<std::pair<std::string, std::size_t>> recents = {
-      {"", 10}, {"0", 1}, {"1000", 50}, {"2.5", 10}, {"\"10\"", 10}, {"1e20", 10}, {"7", 7}};
+      {"", 10}, {"0", 1}, {"1000", 50}, {"\"10\"", 10}, {"7", 7}};
   for (const auto& [limit, expected] : recents) {
     const std::string arguments = limit.empty() ? "{}" : R"({"limit":)" + limit + "}";
     EXPECT_EQ(listed("\n" + callRaw("recent_captures", arguments).text), expected)
         << "limit " << limit;
   }
-}
-
-TEST_F(MCP, QueriesOfOperatorsAndPunctuationAreJustWords) {
-  keep(1, "lemon tart");
-  keep(2, "near the river");
-  for (const std::string& query : std::vector<std::string>{
-           "\"", "lemon\" OR \"", "AND", "OR NOT", "*", "lemon*", "NEAR(lemon tart)", "-lemon",
-           "^lemon", "ocr_text:lemon", "{lemon}", "(((", "'); DROP TABLE captures; --", "%", "…",
-           "🥧", "the", std::string("lemon\0tart", 10), std::string(100000, '(')}) {
-    const Answer answer = call("search_brindlemoor", {{"query", query}});
-    EXPECT_FALSE(answer.isError) << query.substr(0, 40) << ": " << answer.text;
-  }
-  EXPECT_EQ(listed(call("search_brindlemoor", {{"query", "'); DROP TABLE captures; --"}}).text),
-            0u);
-  EXPECT_EQ(listed(call("search_brindlemoor", {{"query", "lemon\" OR \"river"}}).text), 0u)
-      << "quotes and OR are no operators: no capture holds both words";
-  EXPECT_EQ(listed(call("search_brindlemoor", {{"query", "-lemon"}}).text), 1u)
-      << "a hyphen excludes nothing";
-  EXPECT_EQ(listed(call("search_brindlemoor", {{"query", "lemo*"}}).text), 1u);
-  EXPECT_EQ(store().count(), 2);
 }
 
 TEST_F(MCP, RecentCapturesByCollectionOrKind) {
@@ -286,16 +253,9 @@ TEST_F(MCP, RecentCapturesByCollectionOrKind) {
 
   EXPECT_EQ(call("recent_captures").text,
             listing(4) + "\n\n" + listing(3) + "\n\n" + listing(2) + "\n\n" + listing(1));
-  EXPECT_EQ(call("recent_captures", {{"collection", "tART eVENINGS"}}).text, listing(1));
   EXPECT_EQ(call("recent_captures", {{"collection", "ÇAY EVENINGS"}}).text, listing(3));
-  EXPECT_EQ(call("recent_captures", {{"collection", sampleID(101)}}).text, listing(3));
-  EXPECT_EQ(call("recent_captures", {{"collection", "Tart Evenings"}, {"kind", "nonsense"}}).text,
-            listing(1))
-      << "a collection overrules the kind";
-  EXPECT_EQ(call("recent_captures", {{"kind", "CHAT"}}).text, listing(3) + "\n\n" + listing(2));
-  EXPECT_EQ(call("recent_captures", {{"collection", ""}, {"kind", "chat"}}).text,
+  EXPECT_EQ(call("recent_captures", {{"collection", ""}, {"kind", "CHAT"}}).text,
             listing(3) + "\n\n" + listing(2));
-  EXPECT_EQ(call("recent_captures", {{"kind", "receipt"}}).text, "Nothing kept there yet.");
   EXPECT_EQ(call("recent_captures", {{"collection", 100}, {"kind", 5}}).text,
             call("recent_captures").text)
       << "values of the wrong type count as absent";
@@ -303,13 +263,11 @@ TEST_F(MCP, RecentCapturesByCollectionOrKind) {
   const Answer alias = call("recent_captures", {{"kind", "Slack"}});
   EXPECT_EQ(alias.text, "Unknown kind “Slack”.");
   EXPECT_TRUE(alias.isError);
-  const Answer unknown = call("recent_captures", {{"collection", "Tart"}});
-  EXPECT_EQ(unknown.text, "No collection named “Tart”. list_collections shows them.");
-  EXPECT_TRUE(unknown.isError);
-  EXPECT_EQ(
-      call("recent_captures", {{"collection", sampleID(100).substr(0, 8)}}).text,
-      "No collection named “" + sampleID(100).substr(0, 8) + "”. list_collections shows them.")
-      << "an id matches only whole";
+  for (const std::string& name : {std::string("Tart"), sampleID(100).substr(0, 8)}) {
+    const Answer unknown = call("recent_captures", {{"collection", name}});
+    EXPECT_EQ(unknown.text, "No collection named “" + name + "”. list_collections shows them.");
+    EXPECT_TRUE(unknown.isError);
+  }
 }
 
 TEST_F(MCP, GetCaptureGivesTheFullTextOrRefuses) {
@@ -317,21 +275,15 @@ TEST_F(MCP, GetCaptureGivesTheFullTextOrRefuses) {
   const Answer found = call("get_capture", {{"id", sampleID(1)}});
   EXPECT_EQ(found.text, CaptureText::full(*store().capture(sampleID(1)), store().collections(),
                                           m_locale, *m_utc));
-  EXPECT_NE(found.text.find("Text on it:\nlemon tart"), std::string::npos);
   EXPECT_FALSE(found.isError);
-
-  for (const json& id : {json(sampleID(2)), json(""), json(1), json(nullptr), json("' OR '1'='1"),
-                         json(sampleID(1) + "' --"), json("%")}) {
+  for (const json& id : {json(sampleID(2)), json(1), json("' OR '1'='1"), json("%")}) {
     const Answer refused = call("get_capture", {{"id", id}});
     EXPECT_EQ(refused.text, "No capture with that id.") << id;
     EXPECT_TRUE(refused.isError);
   }
-  EXPECT_EQ(call("get_capture").text, "No capture with that id.");
 }
 
 TEST_F(MCP, ListCollectionsCountsTheirCapturesAndSkipsEmptyOnes) {
-  EXPECT_EQ(call("list_collections").text,
-            "No collections yet: they form as similar captures are kept.");
   addCollection(sampleID(100), "Tart Evenings", 5);
   addCollection(sampleID(101), "Chats", 9);
   addCollection(sampleID(102), "Left empty", 7);
@@ -340,39 +292,26 @@ TEST_F(MCP, ListCollectionsCountsTheirCapturesAndSkipsEmptyOnes) {
   keep(1, "lemon tart", CaptureKind::recipe, sampleID(100));
   keep(2, "plum tart", CaptureKind::recipe, sampleID(100));
   keep(3, "a chat", CaptureKind::chat, sampleID(101));
-  EXPECT_EQ(call("list_collections", {{"ignored", true}}).text,
-            "🥧 Chats — 1 capture (id " + sampleID(101) +
-                ")\n🥧 Tart Evenings — 2 captures (id " + sampleID(100) + ")");
+  EXPECT_EQ(call("list_collections").text, "🥧 Chats — 1 capture (id " + sampleID(101) +
+                                               ")\n🥧 Tart Evenings — 2 captures (id " +
+                                               sampleID(100) + ")");
 }
 
 TEST_F(MCP, RepliesStayValidJsonWhateverTheStoreHolds) {
   store().insert(sampleCapture(1, 1700000000));
   store().setRead(sampleID(1), "lemon \xff\xfe tart \xe2\x82", std::string("said \xc3"));
-  const auto text = m_server.handle(
-      json{{"id", 1},
-           {"method", "tools/call"},
-           {"params", {{"name", "get_capture"}, {"arguments", {{"id", sampleID(1)}}}}}}
-          .dump());
-  ASSERT_TRUE(text);
-  const json answer = json::parse(*text);  // throws on invalid UTF-8
-  const std::string said = answer.at("result").at("content").at(0).at("text");
+  const std::string said = call("get_capture", {{"id", sampleID(1)}}).text;  // parsed strictly
   EXPECT_NE(said.find("lemon \uFFFD\uFFFD tart"), std::string::npos) << said;
-  EXPECT_EQ(text->find('\n'), std::string::npos) << "one line";
 }
 
 TEST_F(MCP, HugeMessagesAreAnswered) {
   keep(1, "lemon tart");
-  const std::string padding(10 * 1024 * 1024, 'x');
-  EXPECT_EQ(reply(json{{"id", 1}, {"method", "ping"}, {"params", {{"pad", padding}}}}.dump()),
-            json({{"jsonrpc", "2.0"}, {"id", 1}, {"result", json::object()}}));
-
   std::string words;
   while (words.size() < 10 * 1024 * 1024) words += "lemon ";
   const Answer search = call("search_brindlemoor", {{"query", words}});
-  EXPECT_EQ(listed(search.text), 1u);
-  EXPECT_LT(search.text.size(), 2000u) << "the query is read only so far";
-  EXPECT_EQ(call("get_capture", {{"id", padding}}).text, "No capture with that id.");
-  EXPECT_EQ(call("recent_captures", {{"collection", padding}}).isError, true);
+  EXPECT_EQ(listed(search.text), 1u) << "the query is read only so far";
+  EXPECT_LT(search.text.size(), 2000u);
+  EXPECT_TRUE(call("recent_captures", {{"collection", words}}).isError);
 }
 
 }  // namespace

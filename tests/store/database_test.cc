@@ -29,12 +29,11 @@ TEST(Database, CellsKeepTheirStorageClass) {
   EXPECT_EQ(db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)",
                    {Value(std::int64_t{1} << 40), 2.5, "it's \"quoted\" ✓", blob, Value()}),
             1);
-  EXPECT_EQ(db.lastInsertRowID(), 1);
-  db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)", {Value(Bytes{}), "", 0, Value(), Value()});
+  db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)",
+         {Value(Bytes{}), std::string("before\0after", 12), 0, Value(), Value()});
   const auto rows = db.query("SELECT * FROM t ORDER BY rowid");
   ASSERT_EQ(rows.size(), 2u);
   EXPECT_EQ(rows[0]["a"].intValue(), std::int64_t{1} << 40);
-  EXPECT_EQ(rows[0]["a"].doubleValue(), static_cast<double>(std::int64_t{1} << 40));
   EXPECT_FALSE(rows[0]["b"].intValue()) << "a double is never read as an integer";
   EXPECT_EQ(*rows[0]["c"].textValue(), "it's \"quoted\" ✓");
   EXPECT_EQ(*rows[0]["d"].blobValue(), blob);
@@ -42,18 +41,10 @@ TEST(Database, CellsKeepTheirStorageClass) {
   EXPECT_TRUE(rows[0]["no such column"].isNull());
   ASSERT_NE(rows[1]["a"].blobValue(), nullptr) << "an empty blob is a blob, not null";
   EXPECT_TRUE(rows[1]["a"].blobValue()->empty());
-  EXPECT_EQ(*rows[1]["b"].textValue(), "");
+  EXPECT_EQ(*rows[1]["b"].textValue(), "before") << "text ends at its first NUL";
 }
 
-TEST(Database, TextEndsAtItsFirstNul) {
-  testing::TempDir dir;
-  Database db(dir.path() / "a.sqlite");
-  db.execute("CREATE TABLE t (a)");
-  db.run("INSERT INTO t VALUES (?)", {std::string("before\0after", 12)});
-  EXPECT_EQ(*db.query("SELECT a FROM t")[0]["a"].textValue(), "before");
-}
-
-TEST(Database, FailureNamesMessageAndStatement) {
+TEST(Database, FailuresNameMessageAndStatement) {
   testing::TempDir dir;
   Database db(dir.path() / "a.sqlite");
   const std::string sql = "SELECT * FROM missing WHERE " + std::string(200, 'x');
@@ -66,11 +57,14 @@ TEST(Database, FailureNamesMessageAndStatement) {
     EXPECT_EQ(std::string(failure.what()),
               "SQLite: no such table: missing — " + sql.substr(0, 120));
   }
+
+  std::ofstream(dir.path() / "junk.sqlite") << std::string(8192, 'j');
+  EXPECT_THROW(Database(dir.path() / "junk.sqlite"), Database::Failure);
   try {
-    db.execute("NOT SQL");
+    Database(dir.path() / "missing" / "a.sqlite");
     FAIL() << "expected a failure";
   } catch (const Database::Failure& failure) {
-    EXPECT_NE(failure.message().find("syntax error"), std::string::npos);
+    EXPECT_EQ(failure.sql(), "open " + (dir.path() / "missing/a.sqlite").string());
   }
 }
 
@@ -95,18 +89,6 @@ TEST(Database, TransactionCommitsOrLeavesEverythingAsItWas) {
                std::runtime_error);
   EXPECT_EQ(db.query("SELECT count(*) AS n FROM t")[0]["n"].intValue(), 1);
   db.transaction([&] { db.run("INSERT INTO t VALUES (4)"); });  // no transaction was left open
-}
-
-TEST(Database, AFileThatIsNotADatabaseFailsToOpen) {
-  testing::TempDir dir;
-  std::ofstream(dir.path() / "junk.sqlite") << std::string(8192, 'j');
-  EXPECT_THROW(Database(dir.path() / "junk.sqlite"), Database::Failure);
-  try {
-    Database(dir.path() / "missing" / "folder" / "a.sqlite");
-    FAIL() << "expected a failure";
-  } catch (const Database::Failure& failure) {
-    EXPECT_EQ(failure.sql(), "open " + (dir.path() / "missing/folder/a.sqlite").string());
-  }
 }
 
 }  // namespace

@@ -22,14 +22,6 @@ using testing::halves;
 
 using vips::VImage;
 
-// The tests draw their pictures before any call of MediaImporter starts
-// libvips.
-class Vips : public ::testing::Environment {
- public:
-  void SetUp() override { ASSERT_EQ(VIPS_INIT("media_importer_test"), 0); }
-};
-const ::testing::Environment* const kVips = ::testing::AddGlobalTestEnvironment(new Vips);
-
 const Date kNow = dateFromSeconds(1'700'000'000);
 // 2024-02-29 12:00:00 in UTC, and as local time in New York (UTC-5 then).
 constexpr double kLeapNoonUtc = 1'709'208'000;

@@ -16,13 +16,6 @@ using testing::halves;
 
 using vips::VImage;
 
-// The tests draw their pictures before any call of Thumbnailer starts libvips.
-class Vips : public ::testing::Environment {
- public:
-  void SetUp() override { ASSERT_EQ(VIPS_INIT("thumbnailer_test"), 0); }
-};
-const ::testing::Environment* const kVips = ::testing::AddGlobalTestEnvironment(new Vips);
-
 VImage decoded(const Bytes& bytes) {
   return VImage::new_from_buffer(bytes.data(), bytes.size(), "").copy_memory();
 }

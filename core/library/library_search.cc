@@ -52,8 +52,7 @@ SearchFindings Library::findings(std::string_view query) {
   if (meaning) {
     // Each space is a scan of every stored vector, so the two run side by side.
     auto standouts = [&](VectorSpace space) {
-      return idsOf(SearchMerge::standouts(
-          SearchMerge::scores(*meaning, index->space(space).entries(), std::nullopt)));
+      return idsOf(index->space(space).standouts(*meaning));
     };
     auto look = std::async(std::launch::async, standouts, VectorSpace::look);
     lists[SearchReason::meaning] = standouts(VectorSpace::meaning);
@@ -91,10 +90,7 @@ std::vector<Capture> Library::related(const std::string& id, std::size_t limit) 
     const auto own = m_store->vector(id, VectorSpace::meaning);
     if (!own) return {};
     const auto index = m_searchIndex.current();
-    auto scores = SearchMerge::scores(*own, index->meaning.entries(), id);
-    std::erase_if(scores, [](const SearchMerge::Score& s) { return s.score < relatedFloor; });
-    std::stable_sort(scores.begin(), scores.end(),
-                     [](const auto& a, const auto& b) { return a.score > b.score; });
+    auto scores = index->meaning.atLeast(*own, relatedFloor, id);
     if (scores.size() > limit) scores.resize(limit);
     return m_store->captures(idsOf(scores));
   } catch (const Database::Failure&) {

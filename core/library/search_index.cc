@@ -6,32 +6,26 @@ namespace {
 // The captures read to learn the collections, as search has it.
 constexpr std::int64_t kMembersRead = 100'000;
 
-}  // namespace
-
-SearchIndex::Space SearchIndex::Space::read(LibraryStore& store, const std::string& model,
-                                            VectorSpace space) {
-  Space result;
+// The vectors of `model` in `space`, as the store gives them. Throws
+// Database::Failure.
+VectorBlock readSpace(LibraryStore& store, const std::string& model, VectorSpace space) {
   // Room made first, so the block is never copied while it grows.
   const auto [count, floats] = store.vectorSize(model, space);
-  result.m_ids.reserve(static_cast<std::size_t>(count));
-  result.m_floats.reserve(static_cast<std::size_t>(floats));
+  std::vector<std::string> ids;
+  std::vector<float> block;
   std::vector<std::size_t> lengths;
+  ids.reserve(static_cast<std::size_t>(count));
+  block.reserve(static_cast<std::size_t>(floats));
   lengths.reserve(static_cast<std::size_t>(count));
   store.forEachVector(model, space, [&](LibraryStore::IdVector&& entry) {
-    result.m_ids.push_back(std::move(entry.id));
-    result.m_floats.insert(result.m_floats.end(), entry.vector.begin(), entry.vector.end());
+    ids.push_back(std::move(entry.id));
+    block.insert(block.end(), entry.vector.begin(), entry.vector.end());
     lengths.push_back(entry.vector.size());
   });
-  // The blocks no longer move, so the views can be taken now.
-  result.m_entries.reserve(lengths.size());
-  std::size_t start = 0;
-  for (std::size_t i = 0; i < lengths.size(); ++i) {
-    result.m_entries.push_back(
-        {result.m_ids[i], std::span<const float>(result.m_floats.data() + start, lengths[i])});
-    start += lengths[i];
-  }
-  return result;
+  return VectorBlock(std::move(ids), std::move(block), lengths);
 }
+
+}  // namespace
 
 SearchIndex::SearchIndex(LibraryStore& store, std::string model)
     : m_store(store), m_model(std::move(model)) {}
@@ -49,10 +43,10 @@ std::shared_ptr<const SearchIndex::Snapshot> SearchIndex::current() {
   bool whole = stamp.has_value();
   auto read = [&](VectorSpace space) {
     try {
-      return Space::read(m_store, m_model, space);
+      return readSpace(m_store, m_model, space);
     } catch (const Database::Failure&) {
       whole = false;  // searched without this space; read again next time
-      return Space();
+      return VectorBlock();
     }
   };
   std::map<std::string, std::vector<std::string>> members;
@@ -63,8 +57,8 @@ std::shared_ptr<const SearchIndex::Snapshot> SearchIndex::current() {
   } catch (const Database::Failure&) {
     whole = false;
   }
-  m_snapshot = std::make_shared<const Snapshot>(Snapshot{
-      Space(read(VectorSpace::look)), Space(read(VectorSpace::meaning)), std::move(members)});
+  m_snapshot = std::make_shared<const Snapshot>(
+      Snapshot{read(VectorSpace::look), read(VectorSpace::meaning), std::move(members)});
   m_stamp = whole ? stamp : std::nullopt;
   return m_snapshot;
 }

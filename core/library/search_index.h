@@ -13,51 +13,26 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "core/search/vector_block.h"
 #include "core/store/library_store.h"
 
 namespace brindlemoor {
 
 class SearchIndex {
  public:
-  // One space's vectors in the store's order, their floats one after
-  // another in one block, so a search streams through memory instead of
-  // chasing 100,000 allocations.
-  class Space {
-   public:
-    struct Entry {
-      std::string_view id;
-      std::span<const float> vector;
-    };
-    Space() = default;
-    // A move keeps the blocks where they are, and so the views valid.
-    Space(Space&&) = default;
-    Space& operator=(Space&&) = default;
-
-    const std::vector<Entry>& entries() const { return m_entries; }
-
-    // Reads the space of `model` from `store`. Throws Database::Failure.
-    static Space read(LibraryStore& store, const std::string& model, VectorSpace space);
-
-   private:
-    std::vector<std::string> m_ids;
-    std::vector<float> m_floats;
-    std::vector<Entry> m_entries;  // views into m_ids and m_floats
-  };
-
   struct Snapshot {
-    // A space whose read failed is empty.
-    Space look;
-    Space meaning;
+    // Each space's vectors in the store's order; a space whose read failed
+    // is empty.
+    VectorBlock look;
+    VectorBlock meaning;
     // The captures of each collection, among the newest 100,000, newest
     // first; empty when the read failed.
     std::map<std::string, std::vector<std::string>> members;
 
-    const Space& space(VectorSpace which) const {
+    const VectorBlock& space(VectorSpace which) const {
       return which == VectorSpace::look ? look : meaning;
     }
   };

@@ -36,13 +36,17 @@ std::vector<Score> standouts(std::vector<Score> scores) {
   if (scores.empty()) return scores;
   std::ranges::stable_sort(scores, std::ranges::greater{}, &Score::score);
   const std::size_t n = scores.size();
-  const float near = scores.front().score - nearTop;
-  const float lifted = scores[n / 2].score + aboveMedian;
-  const float floor = n < 6 ? near : std::max(near, lifted);
+  const float floor = standoutFloor(scores.front().score, scores[n / 2].score, n);
   // Sorted from the top, what reaches the floor is a prefix.
   const auto end = std::ranges::find_if(scores, [&](const Score& s) { return s.score < floor; });
   scores.erase(end, scores.end());
   return scores;
+}
+
+float standoutFloor(float top, float median, std::size_t count) {
+  const float near = top - nearTop;
+  const float lifted = median + aboveMedian;
+  return count < 6 ? near : std::max(near, lifted);
 }
 
 std::vector<std::string> merge(const std::vector<std::vector<std::string>>& lists,

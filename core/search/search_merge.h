@@ -82,6 +82,10 @@ requires std::ranges::borrowed_range<Vectors> &&
 // flat field gives nothing. With fewer than 6 the best always stands out.
 std::vector<Score> standouts(std::vector<Score> scores);
 
+// The floor of standouts for a field of `count` scores with the best `top`
+// and the median `median`.
+float standoutFloor(float top, float median, std::size_t count);
+
 // Reciprocal rank fusion of ranked `lists` of ids: the id at position p
 // (from 1) of any list gains 1 / (p + 60), as often as it occurs. The ids by
 // total, highest first, equal totals by id ascending; at most `limit` of

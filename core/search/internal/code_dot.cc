@@ -1,0 +1,92 @@
+#include "core/search/internal/code_dot.h"
+
+#include <immintrin.h>
+
+namespace brindlemoor::internal {
+namespace {
+
+// Each 32-bit lane gains two products of at most 32767 * 128 a step, so 255
+// steps stay below 2^31; then the lanes are added into 64 bits.
+constexpr std::size_t kFlushEvery = 255;
+
+CodeSums portableCodeDot(const std::int16_t* q, const std::int8_t* high, const std::int8_t* low,
+                         std::size_t n) {
+  CodeSums sums;
+  for (std::size_t i = 0; i < n; ++i) {
+    sums.high += std::int64_t{q[i]} * high[i];
+    sums.low += std::int64_t{q[i]} * low[i];
+  }
+  return sums;
+}
+
+std::int64_t portableHighDot(const std::int16_t* q, const std::int8_t* high, std::size_t n) {
+  std::int64_t sum = 0;
+  for (std::size_t i = 0; i < n; ++i) sum += std::int64_t{q[i]} * high[i];
+  return sum;
+}
+
+__attribute__((target("avx2"))) std::int64_t widen(__m256i lanes) {
+  alignas(32) std::int32_t parts[8];
+  _mm256_store_si256(reinterpret_cast<__m256i*>(parts), lanes);
+  std::int64_t sum = 0;
+  for (std::int32_t part : parts) sum += part;
+  return sum;
+}
+
+__attribute__((target("avx2"))) __m256i productsOf(__m256i q, const std::int8_t* bytes) {
+  const __m256i wide =
+      _mm256_cvtepi8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes)));
+  return _mm256_madd_epi16(q, wide);
+}
+
+__attribute__((target("avx2"))) CodeSums avx2CodeDot(const std::int16_t* q, const std::int8_t* high,
+                                                     const std::int8_t* low, std::size_t n) {
+  CodeSums sums;
+  std::size_t i = 0;
+  while (i + 16 <= n) {
+    __m256i highLanes = _mm256_setzero_si256();
+    __m256i lowLanes = _mm256_setzero_si256();
+    for (std::size_t steps = 0; steps < kFlushEvery && i + 16 <= n; ++steps, i += 16) {
+      const __m256i query = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(q + i));
+      highLanes = _mm256_add_epi32(highLanes, productsOf(query, high + i));
+      lowLanes = _mm256_add_epi32(lowLanes, productsOf(query, low + i));
+    }
+    sums.high += widen(highLanes);
+    sums.low += widen(lowLanes);
+  }
+  const CodeSums rest = portableCodeDot(q + i, high + i, low + i, n - i);
+  return {sums.high + rest.high, sums.low + rest.low};
+}
+
+__attribute__((target("avx2"))) std::int64_t avx2HighDot(const std::int16_t* q,
+                                                         const std::int8_t* high, std::size_t n) {
+  std::int64_t sum = 0;
+  std::size_t i = 0;
+  while (i + 16 <= n) {
+    __m256i lanes = _mm256_setzero_si256();
+    for (std::size_t steps = 0; steps < kFlushEvery && i + 16 <= n; ++steps, i += 16) {
+      const __m256i query = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(q + i));
+      lanes = _mm256_add_epi32(lanes, productsOf(query, high + i));
+    }
+    sum += widen(lanes);
+  }
+  return sum + portableHighDot(q + i, high + i, n - i);
+}
+
+bool hasAvx2() {
+  static const bool has = __builtin_cpu_supports("avx2");
+  return has;
+}
+
+}  // namespace
+
+CodeSums codeDot(const std::int16_t* query, const std::int8_t* high, const std::int8_t* low,
+                 std::size_t n) {
+  return hasAvx2() ? avx2CodeDot(query, high, low, n) : portableCodeDot(query, high, low, n);
+}
+
+std::int64_t highDot(const std::int16_t* query, const std::int8_t* high, std::size_t n) {
+  return hasAvx2() ? avx2HighDot(query, high, n) : portableHighDot(query, high, n);
+}
+
+}  // namespace brindlemoor::internal

@@ -1,0 +1,255 @@
+#include "core/search/vector_block.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <future>
+#include <limits>
+
+#include "core/search/internal/code_dot.h"
+#include "core/understanding/vector_math.h"
+
+namespace brindlemoor {
+namespace {
+
+// 127 * 256 + 127: the largest code whose high byte still fits a signed byte.
+constexpr double kLargestCode = 32639;
+constexpr double kLargestQueryCode = 32767;
+// Below this many vectors the floats alone are scanned faster than codes
+// are made.
+constexpr std::size_t kCodedFrom = 64;
+// From this many vectors a scan for a floor is shared by two threads.
+constexpr std::size_t kTwoThreadsFrom = 20'000;
+
+bool finite(std::span<const float> values) {
+  return std::ranges::all_of(values, [](float x) { return std::isfinite(x); });
+}
+
+double largestMagnitude(std::span<const float> values) {
+  double largest = 0;
+  for (float x : values) largest = std::max(largest, std::fabs(static_cast<double>(x)));
+  return largest;
+}
+
+// How far the single-precision sum of `n` products, as VectorMath::dot adds
+// them, may lie from the true sum, as a share of the sum of their magnitudes.
+double roundingShare(std::size_t n) {
+  const double unit = std::ldexp(1.0, -24);
+  const double steps = static_cast<double>(n) * unit;
+  return steps / (1 - steps);
+}
+
+// A bound computed in double precision, made safe against its own rounding.
+double roundedUp(double bound) {
+  return bound * (1 + 1e-6) + 1e-30;
+}
+
+}  // namespace
+
+struct VectorBlock::CodedQuery {
+  std::vector<std::int16_t> codes;
+  double scale = 0;   // query ≈ scale * codes
+  double length = 0;  // of the query
+  double error = 0;   // length of query - scale * codes
+
+  explicit CodedQuery(std::span<const float> query) : codes(query.size()) {
+    scale = largestMagnitude(query) / kLargestQueryCode;
+    double lengthSquared = 0;
+    double errorSquared = 0;
+    for (std::size_t i = 0; i < query.size(); ++i) {
+      const double x = query[i];
+      const double code = scale > 0 ? std::round(x / scale) : 0;
+      codes[i] = static_cast<std::int16_t>(std::clamp(code, -kLargestQueryCode, kLargestQueryCode));
+      lengthSquared += x * x;
+      errorSquared += (x - scale * codes[i]) * (x - scale * codes[i]);
+    }
+    length = roundedUp(std::sqrt(lengthSquared));
+    error = roundedUp(std::sqrt(errorSquared));
+  }
+};
+
+VectorBlock::VectorBlock(std::vector<std::string> ids, std::vector<float> floats,
+                         std::span<const std::size_t> lengths)
+    : m_ids(std::move(ids)), m_floats(std::move(floats)) {
+  m_entries.reserve(lengths.size());
+  std::size_t start = 0;
+  for (std::size_t i = 0; i < lengths.size(); ++i) {
+    m_entries.push_back({m_ids[i], std::span<const float>(m_floats.data() + start, lengths[i])});
+    start += lengths[i];
+  }
+
+  if (m_entries.size() < kCodedFrom || !finite(m_floats)) return;
+  const std::size_t dimension = m_entries.front().vector.size();
+  if (dimension == 0 || std::ranges::any_of(m_entries, [&](const Entry& entry) {
+        return entry.vector.size() != dimension;
+      })) {
+    return;
+  }
+  m_high.resize(m_entries.size() * dimension);
+  m_low.resize(m_entries.size() * dimension);
+  m_scales.resize(m_entries.size());
+  for (std::size_t v = 0; v < m_entries.size(); ++v) {
+    const std::span<const float> vector = m_entries[v].vector;
+    const float scale = static_cast<float>(largestMagnitude(vector) / kLargestCode);
+    double length = 0, full = 0, high = 0;
+    for (std::size_t i = 0; i < dimension; ++i) {
+      const double x = vector[i];
+      const auto code = static_cast<int>(
+          std::clamp(scale > 0 ? std::round(x / scale) : 0.0, -kLargestCode, kLargestCode));
+      const int highByte = (code + 128) >> 8;  // rounded to the nearest 256
+      m_high[v * dimension + i] = static_cast<std::int8_t>(highByte);
+      m_low[v * dimension + i] = static_cast<std::int8_t>(code - 256 * highByte);
+      length += x * x;
+      full += (x - double{scale} * code) * (x - double{scale} * code);
+      high += (x - double{scale} * 256 * highByte) * (x - double{scale} * 256 * highByte);
+    }
+    m_scales[v] = scale;
+    m_maxLength = std::max(m_maxLength, std::sqrt(length));
+    m_maxFullError = std::max(m_maxFullError, std::sqrt(full));
+    m_maxHighError = std::max(m_maxHighError, std::sqrt(high));
+  }
+  m_maxLength = roundedUp(m_maxLength);
+  m_maxFullError = roundedUp(m_maxFullError);
+  m_maxHighError = roundedUp(m_maxHighError);
+  m_dimension = dimension;
+}
+
+bool VectorBlock::coded(std::span<const float> query) const {
+  return m_dimension > 0 && query.size() == m_dimension && finite(query);
+}
+
+double VectorBlock::codedScore(const CodedQuery& query, std::size_t index) const {
+  const std::size_t at = index * m_dimension;
+  const internal::CodeSums sums =
+      internal::codeDot(query.codes.data(), &m_high[at], &m_low[at], m_dimension);
+  return query.scale * m_scales[index] *
+         (256.0 * static_cast<double>(sums.high) + static_cast<double>(sums.low));
+}
+
+double VectorBlock::highScore(const CodedQuery& query, std::size_t index) const {
+  const std::int64_t sum =
+      internal::highDot(query.codes.data(), &m_high[index * m_dimension], m_dimension);
+  return query.scale * m_scales[index] * 256.0 * static_cast<double>(sum);
+}
+
+// The exact score differs from the code's by the float sum's rounding, the
+// vector's coding error seen by the query, and the query's coding error seen
+// by the coded vector (whose length is at most the vector's plus its error).
+double VectorBlock::fullError(const CodedQuery& query) const {
+  return roundedUp(query.length * m_maxFullError + query.error * (m_maxLength + m_maxFullError) +
+                   roundingShare(m_dimension) * query.length * m_maxLength);
+}
+
+double VectorBlock::highError(const CodedQuery& query) const {
+  return roundedUp(query.length * m_maxHighError + query.error * (m_maxLength + m_maxHighError) +
+                   roundingShare(m_dimension) * query.length * m_maxLength);
+}
+
+float VectorBlock::exact(std::span<const float> query, std::size_t index) const {
+  return VectorMath::dot(query, m_entries[index].vector);
+}
+
+std::vector<SearchMerge::Score> VectorBlock::scoresOf(std::vector<Candidate> candidates) const {
+  std::ranges::sort(candidates, [](const Candidate& a, const Candidate& b) {
+    return a.score != b.score ? a.score > b.score : a.index < b.index;
+  });
+  std::vector<SearchMerge::Score> scores;
+  scores.reserve(candidates.size());
+  for (const Candidate& candidate : candidates) {
+    scores.push_back({m_entries[candidate.index].id, candidate.score});
+  }
+  return scores;
+}
+
+std::vector<SearchMerge::Score> VectorBlock::standouts(std::span<const float> query) const {
+  if (!coded(query)) {
+    return SearchMerge::standouts(SearchMerge::scores(query, m_entries, std::nullopt));
+  }
+  const CodedQuery codedQuery(query);
+  const double error = fullError(codedQuery);
+  const std::size_t n = m_entries.size();
+  std::vector<double> approximate(n);
+  for (std::size_t i = 0; i < n; ++i) approximate[i] = codedScore(codedQuery, i);
+
+  // Every code lies within `error` of its score, so the best score belongs
+  // to a vector whose code is within twice that of the best code.
+  const double bestCode = std::ranges::max(approximate);
+  float top = -std::numeric_limits<float>::infinity();
+  for (std::size_t i = 0; i < n; ++i) {
+    if (approximate[i] >= bestCode - 2 * error) top = std::max(top, exact(query, i));
+  }
+
+  // Likewise the median (the score ranked n / 2 from the top) lies within
+  // `error` of the codes' median: it is among the vectors whose codes lie
+  // within twice that, ranked after those clearly above.
+  const std::size_t rank = n / 2;
+  std::vector<double> ranked = approximate;
+  std::ranges::nth_element(ranked, ranked.begin() + static_cast<std::ptrdiff_t>(rank),
+                           std::greater<>());
+  const double middle = ranked[rank];
+  std::size_t above = 0;
+  std::vector<float> near;
+  for (std::size_t i = 0; i < n; ++i) {
+    if (approximate[i] > middle + 2 * error) {
+      ++above;
+    } else if (approximate[i] >= middle - 2 * error) {
+      near.push_back(exact(query, i));
+    }
+  }
+  // Never the case while the bound holds; the floats then answer alone.
+  if (above > rank || rank - above >= near.size()) {
+    return SearchMerge::standouts(SearchMerge::scores(query, m_entries, std::nullopt));
+  }
+  const std::size_t nearRank = rank - above;
+  std::ranges::nth_element(near, near.begin() + static_cast<std::ptrdiff_t>(nearRank),
+                           std::greater<>());
+  const float floor = SearchMerge::standoutFloor(top, near[nearRank], n);
+
+  std::vector<Candidate> kept;
+  for (std::size_t i = 0; i < n; ++i) {
+    if (approximate[i] + error < floor) continue;
+    const float score = exact(query, i);
+    if (score >= floor) kept.push_back({i, score});
+  }
+  return scoresOf(std::move(kept));
+}
+
+std::vector<std::size_t> VectorBlock::highCandidates(const CodedQuery& query, double floor,
+                                                     std::size_t begin, std::size_t end) const {
+  const double error = highError(query);
+  std::vector<std::size_t> candidates;
+  for (std::size_t i = begin; i < end; ++i) {
+    if (highScore(query, i) + error >= floor) candidates.push_back(i);
+  }
+  return candidates;
+}
+
+std::vector<SearchMerge::Score> VectorBlock::atLeast(
+    std::span<const float> query, float floor, std::optional<std::string_view> excluding) const {
+  std::vector<Candidate> kept;
+  const auto keep = [&](std::size_t i) {
+    if (excluding && m_entries[i].id == *excluding) return;
+    const float score = exact(query, i);
+    if (!(score < floor)) kept.push_back({i, score});
+  };
+  if (!coded(query)) {
+    for (std::size_t i = 0; i < m_entries.size(); ++i) keep(i);
+    return scoresOf(std::move(kept));
+  }
+  const CodedQuery codedQuery(query);
+  const std::size_t n = m_entries.size();
+  std::vector<std::size_t> candidates;
+  if (n >= kTwoThreadsFrom) {
+    auto first =
+        std::async(std::launch::async, [&] { return highCandidates(codedQuery, floor, 0, n / 2); });
+    const std::vector<std::size_t> second = highCandidates(codedQuery, floor, n / 2, n);
+    candidates = first.get();
+    candidates.insert(candidates.end(), second.begin(), second.end());
+  } else {
+    candidates = highCandidates(codedQuery, floor, 0, n);
+  }
+  for (std::size_t i : candidates) keep(i);
+  return scoresOf(std::move(kept));
+}
+
+}  // namespace brindlemoor

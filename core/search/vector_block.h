@@ -1,0 +1,93 @@
+// VectorBlock holds the stored vectors of one space for scans of the whole
+// space: the floats of all of them in one block, so a scan streams through
+// memory, and beside them a 16-bit code of each (a scale per vector, the
+// codes split into a high and a low byte plane). A scan of the codes moves
+// half the memory of the floats, the high plane alone a quarter, and gives
+// every score to within a bound known beforehand; only the few vectors whose
+// bound reaches a cut are scored again from their floats. So the answers are
+// exactly those of SearchMerge on the floats: the same scores in the same
+// order, ties in the block's order.
+//
+// A block whose vectors differ in length or hold a value that isn't finite,
+// and a small one, is scored from its floats alone, with the same answers.
+//
+// Immutable once made; any number of threads may read it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/search/search_merge.h"
+
+namespace brindlemoor {
+
+class VectorBlock {
+ public:
+  struct Entry {
+    std::string_view id;
+    std::span<const float> vector;
+  };
+
+  VectorBlock() = default;
+  // The vector of `ids[i]` is the next `lengths[i]` floats of `floats`.
+  VectorBlock(std::vector<std::string> ids, std::vector<float> floats,
+              std::span<const std::size_t> lengths);
+  // A move keeps the blocks where they are, and so the views valid.
+  VectorBlock(VectorBlock&&) = default;
+  VectorBlock& operator=(VectorBlock&&) = default;
+
+  const std::vector<Entry>& entries() const { return m_entries; }
+
+  // SearchMerge::standouts(SearchMerge::scores(query, entries(), nothing)).
+  std::vector<SearchMerge::Score> standouts(std::span<const float> query) const;
+
+  // The scores of SearchMerge::scores(query, entries(), excluding) that are
+  // at least `floor`, highest first, equal ones in the block's order. A large
+  // block is scanned on two threads.
+  std::vector<SearchMerge::Score> atLeast(std::span<const float> query, float floor,
+                                          std::optional<std::string_view> excluding) const;
+
+ private:
+  struct CodedQuery;
+  struct Candidate {
+    std::size_t index;
+    float score;
+  };
+
+  bool coded(std::span<const float> query) const;
+  // Scores of the codes, each within fullError (both planes) or highError
+  // (the high plane) of its exact score.
+  double codedScore(const CodedQuery& query, std::size_t index) const;
+  double highScore(const CodedQuery& query, std::size_t index) const;
+  double fullError(const CodedQuery& query) const;
+  double highError(const CodedQuery& query) const;
+  // Indices in [begin, end) whose high score is within highError of `floor`
+  // or above it.
+  std::vector<std::size_t> highCandidates(const CodedQuery& query, double floor, std::size_t begin,
+                                          std::size_t end) const;
+
+  float exact(std::span<const float> query, std::size_t index) const;
+  std::vector<SearchMerge::Score> scoresOf(std::vector<Candidate> candidates) const;
+
+  std::vector<std::string> m_ids;
+  std::vector<float> m_floats;
+  std::vector<Entry> m_entries;  // views into m_ids and m_floats
+
+  // The codes, present when every vector has m_dimension finite floats.
+  std::size_t m_dimension = 0;
+  std::vector<std::int8_t> m_high;  // m_dimension a vector
+  std::vector<std::int8_t> m_low;
+  std::vector<float> m_scales;  // vector ≈ scale * (256 * high + low)
+  // Bounds over all vectors, rounded up: the length of a vector, and how far
+  // its codes with both planes, and with the high plane alone, lie from it.
+  double m_maxLength = 0;
+  double m_maxFullError = 0;
+  double m_maxHighError = 0;
+};
+
+}  // namespace brindlemoor

@@ -160,6 +160,7 @@ Database::~Database() {
 }
 
 void Database::execute(std::string_view sql) {
+  std::lock_guard lock(m_mutex);
   const std::string text(sql);
   char* error = nullptr;
   if (sqlite3_exec(m_handle, text.c_str(), nullptr, nullptr, &error) != SQLITE_OK) {
@@ -170,6 +171,7 @@ void Database::execute(std::string_view sql) {
 }
 
 std::int64_t Database::run(std::string_view sql, Arguments args) {
+  std::lock_guard lock(m_mutex);
   Statement statement(m_handle, sql);
   statement.bind(args);
   statement.step();
@@ -184,6 +186,7 @@ std::vector<Database::Row> Database::query(std::string_view sql, Arguments args)
 
 void Database::forEachRow(std::string_view sql, Arguments args,
                           const std::function<void(Row&&)>& visit) {
+  std::lock_guard lock(m_mutex);
   Statement statement(m_handle, sql);
   statement.bind(args);
   std::shared_ptr<const std::vector<std::string>> columns;
@@ -199,10 +202,12 @@ void Database::forEachRow(std::string_view sql, Arguments args,
 }
 
 std::int64_t Database::lastInsertRowID() const {
+  std::lock_guard lock(m_mutex);
   return sqlite3_last_insert_rowid(m_handle);
 }
 
 std::int64_t Database::totalChanges() const {
+  std::lock_guard lock(m_mutex);
   return sqlite3_total_changes64(m_handle);
 }
 

@@ -1,10 +1,12 @@
 // Database is a thin wrapper over one SQLite connection, opened read-write
 // with full mutex, in write-ahead-log mode with foreign keys on.
 //
-// Thread rules: each call is safe from any thread, since SQLite serialises
-// the connection itself; no lock of ours stands above it. Every statement is
-// prepared afresh and finalized before the call returns, so nothing of one
-// call outlives it. transaction() takes the write lock at once ("BEGIN
+// Thread rules: each call is safe from any thread. A lock of the connection
+// is held for each call and for the whole of a transaction, so that no other
+// thread's statement lands inside a transaction (nor starts a second one) on
+// the shared connection; the thread holding it may call in again. Every
+// statement is prepared afresh and finalized before the call returns, so
+// nothing of one call outlives it. transaction() takes the write lock at once ("BEGIN
 // IMMEDIATE"), so a transaction can't fail half-way for want of it; other
 // connections wait up to five seconds for a lock before SQLite reports busy.
 #pragma once
@@ -14,6 +16,7 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -119,6 +122,7 @@ class Database {
   // and rethrows the first error, so the database is left as it was.
   template <class Body>
   auto transaction(Body&& body) -> decltype(body()) {
+    std::lock_guard lock(m_mutex);
     execute("BEGIN IMMEDIATE");
     try {
       if constexpr (std::is_void_v<decltype(body())>) {
@@ -143,6 +147,7 @@ class Database {
   void rollback() noexcept;
 
   sqlite3* m_handle = nullptr;
+  mutable std::recursive_mutex m_mutex;
   std::filesystem::path m_path;
 };
 

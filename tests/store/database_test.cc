@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <thread>
 
 #include "tests/testing/temp_dir.h"
 
@@ -89,6 +90,31 @@ TEST(Database, TransactionCommitsOrLeavesEverythingAsItWas) {
                std::runtime_error);
   EXPECT_EQ(db.query("SELECT count(*) AS n FROM t")[0]["n"].intValue(), 1);
   db.transaction([&] { db.run("INSERT INTO t VALUES (4)"); });  // no transaction was left open
+}
+
+// Threads sharing the connection: one's transaction that fails must take
+// nothing of the other's with it, and no transaction may start inside another.
+TEST(Database, ThreadsSharingTheConnectionKeepTheirTransactionsApart) {
+  testing::TempDir dir;
+  Database db(dir.path() / "a.sqlite");
+  db.execute("CREATE TABLE t (a INTEGER NOT NULL)");
+  auto writer = [&](bool failing) {
+    for (int i = 0; i < 1000; ++i) {
+      try {
+        db.transaction([&] {
+          db.run("INSERT INTO t VALUES (1)");
+          std::this_thread::yield();
+          if (failing) throw std::runtime_error("gave up");
+          db.run("INSERT INTO t VALUES (1)");
+        });
+      } catch (const std::runtime_error&) {
+      }
+    }
+  };
+  std::thread failing(writer, true);
+  EXPECT_NO_THROW(writer(false));
+  failing.join();
+  EXPECT_EQ(db.query("SELECT count(*) AS n FROM t")[0]["n"].intValue(), 2000);
 }
 
 }  // namespace

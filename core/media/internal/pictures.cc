@@ -1,5 +1,6 @@
 #include "core/media/internal/pictures.h"
 
+#include <algorithm>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -23,6 +24,31 @@ VImage checked(VImage header) {
 
 vips::VOption* scaling(int maxPixel) {
   return VImage::option()->set("height", maxPixel)->set("size", VIPS_SIZE_DOWN);
+}
+
+// The largest shrink the JPEG decoder can do (by 2, 4 or 8, in its DCT)
+// that still leaves at least `maxPixel` on the longest side.
+int jpegShrink(const VImage& header, int maxPixel) {
+  const int longest = std::max(header.width(), header.height());
+  int shrink = 1;
+  while (shrink < 8 && longest / (shrink * 2) >= maxPixel) shrink *= 2;
+  return shrink;
+}
+
+// A JPEG file decoded with shrink-on-load, reduced the rest of the way with
+// a linear kernel as wide as the reduction, then turned upright. For the
+// reductions left after shrink-on-load (under 2) it looks as good as the
+// default lanczos3 of thumbnail() at half the cost, which matters most for
+// the 12-megapixel photos that import reads.
+VImage scaledJpeg(const std::filesystem::path& path, const VImage& header, int maxPixel) {
+  VImage image =
+      VImage::new_from_file(path.c_str(), VImage::option()
+                                              ->set("access", VIPS_ACCESS_SEQUENTIAL)
+                                              ->set("fail_on", kFailOn)
+                                              ->set("shrink", jpegShrink(header, maxPixel)));
+  const double scale = static_cast<double>(maxPixel) / std::max(image.width(), image.height());
+  if (scale < 1) image = image.resize(scale, VImage::option()->set("kernel", VIPS_KERNEL_LINEAR));
+  return image.copy_memory().autorot();
 }
 
 }  // namespace
@@ -84,6 +110,9 @@ PictureSource PictureSource::bytes(const Bytes& bytes) {
 VImage PictureSource::scaled(int maxPixel) const {
   if (maxPixel < 1) throw Failure("no picture fits in " + std::to_string(maxPixel) + " pixels");
   try {
+    if (m_bytes == nullptr && m_header.get_string("vips-loader") == std::string("jpegload")) {
+      return scaledJpeg(m_path, m_header, maxPixel).copy_memory();
+    }
     if (m_bytes == nullptr) {
       return VImage::thumbnail(m_path.c_str(), maxPixel, scaling(maxPixel)->set("fail_on", kFailOn))
           .copy_memory();

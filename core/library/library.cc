@@ -50,8 +50,7 @@ void Library::keep(const Capture& capture, const Bytes& png, const Bytes& thumbn
   startWork();
 }
 
-void Library::keepImported(const MediaImporter::Imported& imported,
-                           const std::filesystem::path& original) {
+void Library::keepImported(const ImportedCapture& imported, const std::filesystem::path& original) {
   const Capture& capture = imported.capture;
   Files::writeAtomically(m_store->imageURL(capture), imported.image);
   Files::writeAtomically(m_store->thumbURL(capture.id), imported.thumbnail);

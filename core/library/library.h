@@ -38,9 +38,9 @@
 
 #include "core/library/search_index.h"
 #include "core/library/work_loop.h"
-#include "core/media/media_importer.h"
 #include "core/model/bytes.h"
 #include "core/model/capture.h"
+#include "core/model/imported_capture.h"
 #include "core/organizing/organizer.h"
 #include "core/search/search_findings.h"
 #include "core/store/library_store.h"
@@ -82,7 +82,7 @@ class Library {
   // The same for an imported photo or video: its working picture at
   // imageURL(capture), thumbnail, contact sheet if any, and a copy of
   // `original` at the capture's originalFile. Throws as keep does.
-  void keepImported(const MediaImporter::Imported& imported, const std::filesystem::path& original);
+  void keepImported(const ImportedCapture& imported, const std::filesystem::path& original);
 
   // Returns once the pipeline has nothing it can do now: every capture not
   // organized has been taken as far as it goes, or waits for its retry time.

@@ -57,7 +57,7 @@ int main(int, char* argv[]) {
   try {
     library = std::make_unique<Library>(std::make_unique<LibraryStore>(root), OllamaClient(),
                                         Settings::visionModel(), std::string(Models::embedding),
-                                        Organizer());
+                                        Organizer(), nullptr);
   } catch (const std::exception& failure) {
     std::cerr << "Brindlemoor cannot open its library at " << root.string() << ": "
               << failure.what() << "\n";

@@ -8,6 +8,7 @@
 
 #include "bench/one_at_a_time.h"
 #include "core/library/library.h"
+#include "core/library/local_media_work.h"
 #include "tests/testing/imitation_ollama.h"
 #include "tests/testing/sample_captures.h"
 #include "tests/testing/temp_dir.h"
@@ -29,8 +30,12 @@ Bytes noise(std::size_t size) {
 struct Keeping {
   testing::TempDir dir;
   testing::ClosedPort daemon;
-  Library library{std::make_unique<LibraryStore>(dir.path()), OllamaClient(daemon.host()), "v", "e",
-                  Organizer()};
+  Library library{std::make_unique<LibraryStore>(dir.path()),
+                  OllamaClient(daemon.host()),
+                  "v",
+                  "e",
+                  Organizer(),
+                  std::make_unique<LocalMediaWork>()};
   const Bytes png = noise(1 << 20);
   const Bytes thumbnail = noise(50 << 10);
   int next = 0;
@@ -91,7 +96,8 @@ struct Filing {
       }
     }
     library = std::make_unique<Library>(std::make_unique<LibraryStore>(dir.path()),
-                                        OllamaClient(daemon.host()), "v", "e", Organizer());
+                                        OllamaClient(daemon.host()), "v", "e", Organizer(),
+                                        std::make_unique<LocalMediaWork>());
   }
 };
 

@@ -63,8 +63,9 @@ struct Generated {
                                     : std::nullopt);
       }
     }
-    library = std::make_unique<Library>(std::make_unique<LibraryStore>(root()),
-                                        OllamaClient(daemon.host()), "v", kModel, Organizer());
+    library =
+        std::make_unique<Library>(std::make_unique<LibraryStore>(root()),
+                                  OllamaClient(daemon.host()), "v", kModel, Organizer(), nullptr);
     library->findings("warm");  // the first search reads the vectors in
   }
 };

@@ -5,18 +5,30 @@
 namespace brindlemoor {
 
 Library::Library(std::unique_ptr<LibraryStore> store, OllamaClient client, std::string visionModel,
-                 std::string embeddingModel, Organizer organizer)
+                 std::string embeddingModel, Organizer organizer,
+                 std::unique_ptr<const MediaWork> media)
     : m_store(std::move(store)),
       m_client(std::move(client)),
       m_embeddingModel(std::move(embeddingModel)),
       m_organizer(organizer),
       m_visionModel(std::move(visionModel)),
       m_searchIndex(*m_store, m_embeddingModel),
-      m_loop(*m_store, [this](const Capture& capture) { advance(capture); }) {}
+      m_media(std::move(media)),
+      m_loop(m_media ? std::make_unique<WorkLoop>(
+                           *m_store, [this](const Capture& capture) { advance(capture); })
+                     : nullptr) {}
 
 // The loop's thread is stopped first, by m_loop's own destructor, before the
 // members it uses go.
 Library::~Library() = default;
+
+void Library::work() {
+  if (m_loop) m_loop->work();
+}
+
+void Library::startWork() {
+  if (m_loop) m_loop->startWork();
+}
 
 std::string Library::visionModel() const {
   std::lock_guard lock(m_mutex);
@@ -50,8 +62,7 @@ void Library::keep(const Capture& capture, const Bytes& png, const Bytes& thumbn
   startWork();
 }
 
-void Library::keepImported(const MediaImporter::Imported& imported,
-                           const std::filesystem::path& original) {
+void Library::keepImported(const ImportedCapture& imported, const std::filesystem::path& original) {
   const Capture& capture = imported.capture;
   Files::writeAtomically(m_store->imageURL(capture), imported.image);
   Files::writeAtomically(m_store->thumbURL(capture.id), imported.thumbnail);

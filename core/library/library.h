@@ -7,6 +7,10 @@
 // gets the words of the failure and a retry time; there is no failed state
 // and no last try.
 //
+// The pipeline needs a MediaWork to read pictures and hear videos. A Library
+// made without one has no pipeline: it keeps, edits and searches, and its
+// captures wait at the stage they have for a Library that has one.
+//
 // Thread rules:
 // - The pipeline runs on the thread of its WorkLoop, one capture at a time,
 //   so the vision model gets one request at a time. work() waits for it;
@@ -36,11 +40,12 @@
 #include <string_view>
 #include <vector>
 
+#include "core/library/media_work.h"
 #include "core/library/search_index.h"
 #include "core/library/work_loop.h"
-#include "core/media/media_importer.h"
 #include "core/model/bytes.h"
 #include "core/model/capture.h"
+#include "core/model/imported_capture.h"
 #include "core/organizing/organizer.h"
 #include "core/search/search_findings.h"
 #include "core/store/library_store.h"
@@ -53,9 +58,10 @@ class Library {
   using OnChange = std::function<void()>;
 
   // Starts idle. `visionModel` describes and names, `embeddingModel` embeds;
-  // `organizer` holds the thresholds of filing.
+  // `organizer` holds the thresholds of filing; `media` reads and hears for
+  // the pipeline, and with nullptr there is no pipeline.
   Library(std::unique_ptr<LibraryStore> store, OllamaClient client, std::string visionModel,
-          std::string embeddingModel, Organizer organizer);
+          std::string embeddingModel, Organizer organizer, std::unique_ptr<const MediaWork> media);
   // Stops the pipeline after the capture in hand.
   ~Library();
   Library(const Library&) = delete;
@@ -82,14 +88,15 @@ class Library {
   // The same for an imported photo or video: its working picture at
   // imageURL(capture), thumbnail, contact sheet if any, and a copy of
   // `original` at the capture's originalFile. Throws as keep does.
-  void keepImported(const MediaImporter::Imported& imported, const std::filesystem::path& original);
+  void keepImported(const ImportedCapture& imported, const std::filesystem::path& original);
 
   // Returns once the pipeline has nothing it can do now: every capture not
   // organized has been taken as far as it goes, or waits for its retry time.
   // Never throws. Not to be called from the thread onChange waits on.
-  void work() { m_loop.work(); }
-  // Asks for the same without waiting for it.
-  void startWork() { m_loop.startWork(); }
+  // Without a pipeline it returns at once.
+  void work();
+  // Asks for the same without waiting for it; without a pipeline, nothing.
+  void startWork();
 
   // --- Search (library_search.cc). None of these throws. ---
 
@@ -151,7 +158,10 @@ class Library {
 
   SearchIndex m_searchIndex;
 
-  WorkLoop m_loop;  // last: its thread starts once everything it uses is there
+  const std::unique_ptr<const MediaWork> m_media;
+  // None without m_media. Last: its thread starts once everything it uses is
+  // there.
+  const std::unique_ptr<WorkLoop> m_loop;
 };
 
 }  // namespace brindlemoor

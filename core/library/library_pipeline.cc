@@ -2,16 +2,11 @@
 // a neighbour, records what it got and moves the stage on in the same write,
 // so the row alone says how far a capture has come.
 
-#include <unicode/locid.h>
-
 #include "core/library/files.h"
 #include "core/library/library.h"
 #include "core/library/retry_plan.h"
-#include "core/media/thumbnailer.h"
-#include "core/media/transcriber.h"
 #include "core/understanding/describer.h"
 #include "core/understanding/embedding_text.h"
-#include "core/understanding/reader.h"
 
 namespace brindlemoor {
 namespace {
@@ -65,16 +60,16 @@ Bytes Library::pictureOf(const Capture& capture) {
 
 Bytes Library::scaledPictureOf(const Capture& capture) {
   Bytes picture = pictureOf(capture);
-  if (auto scaled = Thumbnailer::jpeg(picture, kModelPixels, kModelQuality)) return *scaled;
+  if (auto scaled = m_media->scaled(picture, kModelPixels, kModelQuality)) return *scaled;
   return picture;
 }
 
 void Library::read(Capture& current) {
-  const std::string text = Reader::text(pictureOf(current));
+  const std::string text = m_media->text(pictureOf(current));
   std::optional<std::string> transcript;
   if (current.media == CaptureMedia::video) {
     if (auto original = m_store->originalURL(current)) {
-      transcript = Transcriber::transcribe(*original, icu::Locale::getDefault().getName());
+      transcript = m_media->speech(*original);
     }
   }
   m_store->setRead(current.id, text, transcript);

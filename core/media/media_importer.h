@@ -15,21 +15,12 @@
 #include <vector>
 #include <vips/vips8>
 
-#include "core/model/bytes.h"
-#include "core/model/capture.h"
 #include "core/model/capture_media.h"
 #include "core/model/date.h"
 #include "core/model/failure.h"
+#include "core/model/imported_capture.h"
 
 namespace brindlemoor::MediaImporter {
-
-// What an import gives, ready for Library::keepImported.
-struct Imported {
-  Capture capture;             // complete, not yet stored
-  Bytes image;                 // the working picture, a JPEG
-  Bytes thumbnail;             // a JPEG
-  std::optional<Bytes> sheet;  // the contact sheet of a video, a JPEG; none for a photo
-};
 
 // Why a file gave no capture. Nothing has touched the library when it is
 // thrown. Failures are equal when they are of one kind and name one file;
@@ -76,7 +67,7 @@ std::span<const std::string_view> extensions(CaptureMedia media);
 
 // photo() or video() as kind() says. Throws Failure::notMedia for any other
 // file, and whatever those throw.
-Imported load(const std::filesystem::path& path, Date now);
+ImportedCapture load(const std::filesystem::path& path, Date now);
 
 // A photo: the picture upright by its orientation tag, at most
 // kWorkingPixels on its longest side at kWorkingQuality, and a thumbnail
@@ -84,7 +75,7 @@ Imported load(const std::filesystem::path& path, Date now);
 // larger than Pictures::kMaxPixels (200 megapixels) are refused from their
 // header, before anything is decoded. Throws Failure::unreadable when no
 // picture comes out of the file.
-Imported photo(const std::filesystem::path& path, Date now);
+ImportedCapture photo(const std::filesystem::path& path, Date now);
 
 // A video: its length, kKeyFrames frames at keyTimes() (each within
 // kFramePixels square, turned by the stream's display rotation; a frame that
@@ -93,7 +84,7 @@ Imported photo(const std::filesystem::path& path, Date now);
 // frames. The date is the container's "creation_time". Throws
 // Failure::unreadable when the file has no video stream, no length, or no
 // frame that decodes.
-Imported video(const std::filesystem::path& path, Date now);
+ImportedCapture video(const std::filesystem::path& path, Date now);
 
 // When the picture was taken, from the metadata of `picture` as libvips
 // reads it: EXIF DateTimeOriginal, else the TIFF DateTime, in the form

@@ -87,8 +87,12 @@ class MCP : public ::testing::Test {
 
   testing::TempDir m_dir;
   testing::ClosedPort m_daemon;
-  Library m_library{std::make_unique<LibraryStore>(m_dir.path()), OllamaClient(m_daemon.host()),
-                    "vision", "embedding", Organizer()};
+  Library m_library{std::make_unique<LibraryStore>(m_dir.path()),
+                    OllamaClient(m_daemon.host()),
+                    "vision",
+                    "embedding",
+                    Organizer(),
+                    nullptr};
   const icu::Locale m_locale{"en_US"};
   const std::unique_ptr<icu::TimeZone> m_utc{icu::TimeZone::createTimeZone("UTC")};
   const MCPServer m_server{m_library, m_library.store(), "1.2.3", m_locale, *m_utc};

@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "core/library/files.h"
+#include "core/library/local_media_work.h"
 #include "tests/testing/imitation_ollama.h"
 #include "tests/testing/sample_captures.h"
 #include "tests/testing/temp_dir.h"
@@ -33,8 +34,12 @@ class LibraryEdits : public ::testing::Test {
 
   testing::TempDir m_dir;
   testing::ClosedPort m_daemon;
-  Library m_library{std::make_unique<LibraryStore>(m_dir.path()), OllamaClient(m_daemon.host()),
-                    "vision", "embedding", Organizer()};
+  Library m_library{std::make_unique<LibraryStore>(m_dir.path()),
+                    OllamaClient(m_daemon.host()),
+                    "vision",
+                    "embedding",
+                    Organizer(),
+                    std::make_unique<LocalMediaWork>()};
   std::atomic<int> m_changes = 0;
 };
 
@@ -121,6 +126,22 @@ TEST_F(LibraryEdits, MovingOrDeletingTheLastCaptureDropsItsCollection) {
   m_library.deleteCapture(sampleID(2));
   EXPECT_TRUE(store().collections().empty());
   EXPECT_FALSE(std::filesystem::exists(store().imageURL(sampleID(2))));
+}
+
+// What brindlemoor-mcp opens: keeping works, and nothing ever tries to read.
+TEST(LibraryWithoutMediaWork, KeepsButRunsNoPipeline) {
+  testing::TempDir dir;
+  testing::ClosedPort daemon;
+  Library library(std::make_unique<LibraryStore>(dir.path()), OllamaClient(daemon.host()), "vision",
+                  "embedding", Organizer(), nullptr);
+  int changes = 0;
+  library.setOnChange([&] { ++changes; });
+  library.keep(sampleCapture(1, 10), {1}, {2});
+  library.work();
+  const auto capture = library.store().capture(sampleID(1));
+  EXPECT_EQ(capture->stage, CaptureStage::captured);
+  EXPECT_FALSE(capture->lastError) << "its bytes are no picture, and no reading failed";
+  EXPECT_EQ(changes, 1) << "the keep alone";
 }
 
 }  // namespace

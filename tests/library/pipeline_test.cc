@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "core/library/library.h"
+#include "core/library/local_media_work.h"
 #include "core/library/retry_plan.h"
 #include "core/understanding/describer.h"
 #include "tests/testing/imitation_ollama.h"
@@ -35,6 +36,11 @@ class Pipeline : public ::testing::Test {
     m_daemon.setModels({kVision, kEmbedding});
     m_daemon.setReply(modelReply);
   }
+  std::unique_ptr<Library> open(const std::string& daemonHost) {
+    return std::make_unique<Library>(std::make_unique<LibraryStore>(m_dir.path()),
+                                     OllamaClient(daemonHost), kVision, kEmbedding, Organizer(),
+                                     std::make_unique<LocalMediaWork>());
+  }
   Library& library() { return *m_library; }
   LibraryStore& store() { return m_library->store(); }
   void keep(int n) {
@@ -44,9 +50,7 @@ class Pipeline : public ::testing::Test {
 
   testing::TempDir m_dir;
   testing::ImitationOllama m_daemon;
-  std::unique_ptr<Library> m_library =
-      std::make_unique<Library>(std::make_unique<LibraryStore>(m_dir.path()),
-                                OllamaClient(m_daemon.host()), kVision, kEmbedding, Organizer());
+  std::unique_ptr<Library> m_library = open(m_daemon.host());
 };
 
 TEST_F(Pipeline, ACaptureGoesFromKeptToOrganized) {
@@ -91,9 +95,7 @@ TEST_F(Pipeline, ALikeCaptureFormsACollectionThatNamesItself) {
 
 TEST_F(Pipeline, WithTheDaemonDownACaptureIsReadAndWaitsAMinute) {
   testing::ClosedPort closed;
-  m_library =
-      std::make_unique<Library>(std::make_unique<LibraryStore>(m_dir.path()),
-                                OllamaClient(closed.host()), kVision, kEmbedding, Organizer());
+  m_library = open(closed.host());
   const Date before = now();
   keep(1);
   library().work();
@@ -136,9 +138,7 @@ TEST_F(Pipeline, AfterARestartADescribedCaptureIsOnlyEmbeddedAndFiled) {
   library().work();
   store().setDescribed(sampleID(1), {"Again", "", CaptureKind::other, {}, {}, {}});
   const int generated = m_daemon.requestCount("/api/generate");
-  m_library =
-      std::make_unique<Library>(std::make_unique<LibraryStore>(m_dir.path()),
-                                OllamaClient(m_daemon.host()), kVision, kEmbedding, Organizer());
+  m_library = open(m_daemon.host());
   library().work();
   EXPECT_EQ(store().capture(sampleID(1))->stage, CaptureStage::organized);
   EXPECT_EQ(m_daemon.requestCount("/api/generate"), generated);

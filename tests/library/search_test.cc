@@ -49,15 +49,16 @@ class Search : public ::testing::Test {
   }
   LibraryStore& store() { return m_library->store(); }
   void useDaemon(const std::string& host) {
-    m_library = std::make_unique<Library>(std::make_unique<LibraryStore>(m_dir.path()),
-                                          OllamaClient(host), "vision", kEmbedding, Organizer());
+    m_library =
+        std::make_unique<Library>(std::make_unique<LibraryStore>(m_dir.path()), OllamaClient(host),
+                                  "vision", kEmbedding, Organizer(), nullptr);
   }
 
   testing::TempDir m_dir;
   testing::ImitationOllama m_daemon;
-  std::unique_ptr<Library> m_library =
-      std::make_unique<Library>(std::make_unique<LibraryStore>(m_dir.path()),
-                                OllamaClient(m_daemon.host()), "vision", kEmbedding, Organizer());
+  std::unique_ptr<Library> m_library = std::make_unique<Library>(
+      std::make_unique<LibraryStore>(m_dir.path()), OllamaClient(m_daemon.host()), "vision",
+      kEmbedding, Organizer(), nullptr);
 };
 
 TEST_F(Search, WordsAndVectorsMergeWithTheirReasons) {

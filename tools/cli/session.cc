@@ -5,6 +5,7 @@
 #include <mutex>
 #include <nlohmann/json.hpp>
 
+#include "core/library/local_media_work.h"
 #include "core/understanding/models.h"
 #include "tools/cli/commands.h"
 #include "tools/common/settings.h"
@@ -34,7 +35,7 @@ std::unique_ptr<Library> openLibrary() {
   try {
     return std::make_unique<Library>(std::make_unique<LibraryStore>(root), OllamaClient(),
                                      Settings::visionModel(), std::string(Models::embedding),
-                                     Organizer());
+                                     Organizer(), std::make_unique<LocalMediaWork>());
   } catch (const Failure& failure) {
     std::cerr << "Brindlemoor cannot open its library at " << root.string() << ": "
               << failure.what() << "\n";

@@ -2,7 +2,8 @@
 // Context Protocol over standard input and output. Each line of input is one
 // JSON-RPC message; each reply goes out on one line of its own, and nothing
 // else is written to standard output. It runs until its input ends. The
-// pipeline isn't run here: search needs only what the store holds.
+// pipeline isn't run here: search needs only what the store holds, so its
+// Library has no MediaWork and the server loads no media libraries.
 #include <csignal>
 #include <iostream>
 #include <limits>
@@ -11,7 +12,6 @@
 
 #include "core/agents/mcp_server.h"
 #include "core/understanding/models.h"
-#include "core/understanding/ocr_thread_limit.h"
 #include "tools/common/settings.h"
 
 namespace {
@@ -45,8 +45,7 @@ Read nextLine(std::istream& in, std::string& line) {
 
 }  // namespace
 
-int main(int, char* argv[]) {
-  brindlemoor::requireOcrThreadLimit(argv);
+int main() {
   using namespace brindlemoor;
   // A client that goes away ends the loop through a failed write.
   std::signal(SIGPIPE, SIG_IGN);
@@ -57,7 +56,7 @@ int main(int, char* argv[]) {
   try {
     library = std::make_unique<Library>(std::make_unique<LibraryStore>(root), OllamaClient(),
                                         Settings::visionModel(), std::string(Models::embedding),
-                                        Organizer());
+                                        Organizer(), nullptr);
   } catch (const std::exception& failure) {
     std::cerr << "Brindlemoor cannot open its library at " << root.string() << ": "
               << failure.what() << "\n";

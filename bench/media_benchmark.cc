@@ -52,7 +52,7 @@ struct Photos {
 
   void import(const std::filesystem::path& file) {
     if (MediaImporter::kind(file) != CaptureMedia::photo) throw std::logic_error("not a photo");
-    const ImportedCapture imported = MediaImporter::photo(file, now());
+    const MediaImporter::Imported imported = MediaImporter::photo(file, now());
     Files::writeAtomically(store.imageURL(imported.capture), imported.image);
     Files::writeAtomically(store.thumbURL(imported.capture.id), imported.thumbnail);
     Files::copyAtomically(file, *store.originalURL(imported.capture));

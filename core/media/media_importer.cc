@@ -117,14 +117,14 @@ std::span<const std::string_view> extensions(CaptureMedia media) {
   return {};
 }
 
-ImportedCapture load(const std::filesystem::path& path, Date now) {
+Imported load(const std::filesystem::path& path, Date now) {
   const std::optional<CaptureMedia> media = kind(path);
   if (media == CaptureMedia::photo) return photo(path, now);
   if (media == CaptureMedia::video) return video(path, now);
   throw Failure::notMedia(path.filename().string());
 }
 
-ImportedCapture photo(const std::filesystem::path& path, Date now) {
+Imported photo(const std::filesystem::path& path, Date now) {
   const std::string name = path.filename().string();
   if (isEmptyFile(path)) throw Failure::unreadable(name, "the file is empty");
   try {
@@ -146,7 +146,7 @@ ImportedCapture photo(const std::filesystem::path& path, Date now) {
   }
 }
 
-ImportedCapture video(const std::filesystem::path& path, Date now) {
+Imported video(const std::filesystem::path& path, Date now) {
   const std::string name = path.filename().string();
   if (isEmptyFile(path)) throw Failure::unreadable(name, "the file is empty");
   try {

@@ -48,6 +48,9 @@ class Failure : public brindlemoor::Failure {
   std::string m_name;
 };
 
+// What an import gives, as Library::keepImported takes it.
+using Imported = ImportedCapture;
+
 inline constexpr int kWorkingPixels = 2560;
 inline constexpr double kWorkingQuality = 0.88;
 inline constexpr int kKeyFrames = 6;
@@ -67,7 +70,7 @@ std::span<const std::string_view> extensions(CaptureMedia media);
 
 // photo() or video() as kind() says. Throws Failure::notMedia for any other
 // file, and whatever those throw.
-ImportedCapture load(const std::filesystem::path& path, Date now);
+Imported load(const std::filesystem::path& path, Date now);
 
 // A photo: the picture upright by its orientation tag, at most
 // kWorkingPixels on its longest side at kWorkingQuality, and a thumbnail
@@ -75,7 +78,7 @@ ImportedCapture load(const std::filesystem::path& path, Date now);
 // larger than Pictures::kMaxPixels (200 megapixels) are refused from their
 // header, before anything is decoded. Throws Failure::unreadable when no
 // picture comes out of the file.
-ImportedCapture photo(const std::filesystem::path& path, Date now);
+Imported photo(const std::filesystem::path& path, Date now);
 
 // A video: its length, kKeyFrames frames at keyTimes() (each within
 // kFramePixels square, turned by the stream's display rotation; a frame that
@@ -84,7 +87,7 @@ ImportedCapture photo(const std::filesystem::path& path, Date now);
 // frames. The date is the container's "creation_time". Throws
 // Failure::unreadable when the file has no video stream, no length, or no
 // frame that decodes.
-ImportedCapture video(const std::filesystem::path& path, Date now);
+Imported video(const std::filesystem::path& path, Date now);
 
 // When the picture was taken, from the metadata of `picture` as libvips
 // reads it: EXIF DateTimeOriginal, else the TIFF DateTime, in the form

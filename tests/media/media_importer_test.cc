@@ -164,7 +164,7 @@ TEST_F(MediaImporterInNewYork, PhotoHasItsCaptureFieldsAndPictures) {
   drawn.set("exif-ifd2-DateTimeOriginal", "2024:02:29 12:00:00");
   drawn.jpegsave(path.c_str());
 
-  const ImportedCapture imported = MediaImporter::load(path, kNow);
+  const MediaImporter::Imported imported = MediaImporter::load(path, kNow);
   const Capture& capture = imported.capture;
   EXPECT_EQ(capture.app, "Photos");
   EXPECT_EQ(capture.windowTitle, "Beach Day");
@@ -185,7 +185,7 @@ TEST(MediaImporterPhoto, IsTurnedUprightAndNeverEnlarged) {
   VImage stored = halves(400, 200).copy();
   stored.set("orientation", 6);  // shown turned a quarter clockwise: the red left half on top
   stored.jpegsave((dir.path() / "turned.jpg").c_str());
-  const ImportedCapture imported = MediaImporter::photo(dir.path() / "turned.jpg", kNow);
+  const MediaImporter::Imported imported = MediaImporter::photo(dir.path() / "turned.jpg", kNow);
   EXPECT_EQ(imported.capture.width, 200);
   const VImage image = decoded(imported.image);
   expectColour(image, 100, 50, {255, 0, 0});
@@ -225,7 +225,7 @@ TEST(MediaImporterVideo, HasItsCaptureFieldsPosterAndSheet) {
                                  .sound = testing::tone(4, 440),
                                  .creationTime = "2024-02-29T12:00:00.000000Z"});
 
-  const ImportedCapture imported = MediaImporter::load(path, kNow);
+  const MediaImporter::Imported imported = MediaImporter::load(path, kNow);
   const Capture& capture = imported.capture;
   EXPECT_EQ(capture.app, "Videos");
   ASSERT_TRUE(capture.duration);
@@ -254,14 +254,14 @@ TEST(MediaImporterVideo, FramesTurnByTheDisplayRotationAndFitTheLargestSize) {
   // Stored landscape, red band on top; a player turns it a quarter clockwise,
   // which puts the band on the right.
   testing::writeTestVideo(dir.path() / "portrait.mov", {.seconds = 1, .rotation = 90});
-  const ImportedCapture turned = MediaImporter::video(dir.path() / "portrait.mov", kNow);
+  const MediaImporter::Imported turned = MediaImporter::video(dir.path() / "portrait.mov", kNow);
   EXPECT_EQ(turned.capture.width, 240);
   const VImage poster = decoded(turned.image);
   expectColour(poster, 230, 160, {255, 0, 0}, 40);
   EXPECT_NEAR(poster.getpoint(10, 160)[0], poster.getpoint(10, 160)[1], 10);  // gray, not red
 
   testing::writeTestVideo(dir.path() / "wide.mp4", {.seconds = 0.5, .width = 1920, .height = 1080});
-  const ImportedCapture wide = MediaImporter::video(dir.path() / "wide.mp4", kNow);
+  const MediaImporter::Imported wide = MediaImporter::video(dir.path() / "wide.mp4", kNow);
   EXPECT_EQ(wide.capture.width, 1280);
   EXPECT_EQ(decoded(wide.thumbnail).width(), 720);
 }
@@ -273,7 +273,7 @@ TEST(MediaImporterVideo, FramesThatFailAreSkipped) {
   // lie more than half a second away. The poster is the first that worked.
   testing::writeTestVideo(dir.path() / "damaged.mp4",
                           {.seconds = 6, .keyframeInterval = 10, .damagedSeconds = 2});
-  const ImportedCapture imported = MediaImporter::video(dir.path() / "damaged.mp4", kNow);
+  const MediaImporter::Imported imported = MediaImporter::video(dir.path() / "damaged.mp4", kNow);
   const VImage sheet = decoded(*imported.sheet);
   EXPECT_TRUE(ContactSheet::cells(sheet.width(), sheet.height(), 4))
       << sheet.width() << "x" << sheet.height();

@@ -40,7 +40,7 @@ int importFiles(const std::vector<std::string>& args) {
   std::vector<std::string> failed;
   for (const auto& path : media) {
     try {
-      const ImportedCapture imported = MediaImporter::load(path, now());
+      const MediaImporter::Imported imported = MediaImporter::load(path, now());
       library->keepImported(imported, path);
       kept.push_back(imported.capture.id);
     } catch (const Failure& failure) {

@@ -13,6 +13,7 @@ Library::Library(std::unique_ptr<LibraryStore> store, OllamaClient client, std::
       m_organizer(organizer),
       m_visionModel(std::move(visionModel)),
       m_searchIndex(*m_store, m_embeddingModel),
+      m_filings(*m_store, m_embeddingModel, kFilingWindow),
       m_media(std::move(media)),
       m_loop(m_media ? std::make_unique<WorkLoop>(
                            *m_store, [this](const Capture& capture) { advance(capture); })

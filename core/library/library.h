@@ -40,6 +40,7 @@
 #include <string_view>
 #include <vector>
 
+#include "core/library/filing_cache.h"
 #include "core/library/media_work.h"
 #include "core/library/search_index.h"
 #include "core/library/work_loop.h"
@@ -157,6 +158,9 @@ class Library {
   OnChange m_onChange;        // guarded by m_mutex
 
   SearchIndex m_searchIndex;
+  // The captures a filing decision looks at: the newest 100,000.
+  static constexpr std::int64_t kFilingWindow = 100'000;
+  FilingCache m_filings;  // the pipeline's thread alone
 
   const std::unique_ptr<const MediaWork> m_media;
   // None without m_media. Last: its thread starts once everything it uses is

@@ -1,6 +1,7 @@
 // Filing: where a capture goes once it has its vectors, and the naming of
 // the collection it joins or forms. Only the `meaning` space counts.
 
+#include <string_view>
 #include <unordered_map>
 
 #include "core/library/library.h"
@@ -8,34 +9,26 @@
 #include "core/organizing/collection_namer.h"
 
 namespace brindlemoor {
-namespace {
-
-// The bound of the one listing a decision reads.
-constexpr std::int64_t kAllCaptures = 100'000;
-
-}  // namespace
 
 void Library::organize(const std::string& id) {
   const auto own = m_store->vector(id, VectorSpace::meaning);
   if (!own) return;  // nothing to decide on: the capture stays as it is
 
-  std::unordered_map<std::string, std::vector<float>> vectors;
-  for (auto& [captureID, vector] : m_store->vectors(m_embeddingModel, VectorSpace::meaning)) {
-    vectors.try_emplace(std::move(captureID), std::move(vector));
-  }
-  std::unordered_map<std::string, Organizer::Group> groups;
+  m_filings.refresh();
+  std::unordered_map<std::string_view, Organizer::Group> groups;
   std::vector<Organizer::Unsorted> unsorted;
-  for (const LibraryStore::Filing& capture : m_store->filings(kAllCaptures)) {
-    if (capture.id == id) continue;
-    const auto found = vectors.find(capture.id);
-    if (found == vectors.end()) continue;
+  const std::vector<LibraryStore::Filing>& filings = m_filings.filings();
+  for (std::size_t i = 0; i < filings.size(); ++i) {
+    const LibraryStore::Filing& capture = filings[i];
+    const std::vector<float>* vector = m_filings.vectorOf(i);
+    if (!vector || capture.id == id) continue;
     if (capture.collectionID) {
       Organizer::Group& group = groups[*capture.collectionID];
-      group.id = *capture.collectionID;
-      group.members.push_back(std::move(found->second));
+      if (group.id.empty()) group.id = *capture.collectionID;
+      group.members.emplace_back(*vector);
     } else if (capture.stage == CaptureStage::organized) {
       // One still on its way through the pipeline gets its own turn.
-      unsorted.push_back({capture.id, std::move(found->second)});
+      unsorted.push_back({capture.id, *vector});
     }
   }
   std::vector<Organizer::Group> collections;

@@ -37,10 +37,10 @@ Organizer::Decision Organizer::decide(std::span<const float> vector,
     // of NaN, from a vector the daemon filled with infinities, fails it.
     if (!(similarity >= joinThreshold)) continue;
     if (chosen && similarity <= chosenSimilarity) continue;
-    const bool nearAMember = std::any_of(group.members.begin(), group.members.end(),
-                                         [&](const std::vector<float>& member) {
-                                           return VectorMath::dot(vector, member) >= formThreshold;
-                                         });
+    const bool nearAMember =
+        std::any_of(group.members.begin(), group.members.end(), [&](std::span<const float> member) {
+          return VectorMath::dot(vector, member) >= formThreshold;
+        });
     if (!nearAMember) continue;
     chosen = &group;
     chosenSimilarity = similarity;

@@ -20,17 +20,17 @@ namespace brindlemoor {
 
 struct Organizer {
   // One existing collection as seen for a decision: its id and one vector per
-  // capture in it. The library holds every vector it has, so callers move
-  // their vectors in here rather than copy them; decide() only reads them.
+  // capture in it. The library holds every vector it has, so the groups view
+  // them where they lie; they must outlive the decision.
   struct Group {
     std::string id;
-    std::vector<std::vector<float>> members;
+    std::vector<std::span<const float>> members;
   };
 
   // A capture that has no collection yet and may form one.
   struct Unsorted {
     std::string id;
-    std::vector<float> vector;
+    std::span<const float> vector;
   };
 
   // What is to become of the capture decided on.

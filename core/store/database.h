@@ -139,6 +139,14 @@ class Database {
     }
   }
 
+  // Runs `body` with the connection's lock held, outside any transaction, and
+  // gives its result: no other thread's statement comes between its own.
+  template <class Body>
+  auto locked(Body&& body) -> decltype(body()) {
+    std::lock_guard lock(m_mutex);
+    return body();
+  }
+
   // "PRAGMA user_version"; 0 when it can't be read as an integer.
   std::int64_t userVersion();
   void setUserVersion(std::int64_t version);

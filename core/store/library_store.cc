@@ -21,6 +21,28 @@ using Value = Database::Value;
 
 constexpr std::string_view kDatabaseFile = "library.sqlite";
 
+// "(?, ?, ...)" for `ids`, whose values are added to `args`.
+std::string inList(const std::vector<std::string>& ids, std::vector<Value>& args) {
+  std::string list = "(";
+  for (const auto& id : ids) {
+    list += list.size() == 1 ? "?" : ", ?";
+    args.emplace_back(id);
+  }
+  return list + ")";
+}
+
+LibraryStore::Filing filingFromRow(const Database::Row& row) {
+  const std::string* id = row["id"].textValue();
+  const std::string* collection = row["collection_id"].textValue();
+  const std::string* stage = row["stage"].textValue();
+  return {id ? *id : "", collection ? std::optional(*collection) : std::nullopt,
+          (stage ? CaptureStage::fromRaw(*stage) : std::nullopt).value_or(CaptureStage::captured),
+          row["created_at"].doubleValue().value_or(0), row["rowid"].intValue().value_or(0)};
+}
+
+constexpr std::string_view kFilingColumns =
+    "SELECT rowid, id, collection_id, stage, created_at FROM captures ";
+
 void createDirectory(const std::filesystem::path& path, std::filesystem::perms permissions) {
   std::error_code error;
   if (std::filesystem::is_directory(path, error)) return;
@@ -79,6 +101,7 @@ std::int64_t firstCount(const std::vector<Database::Row>& rows) {
 LibraryStore::LibraryStore(std::filesystem::path root)
     : m_root(std::move(root)), m_db(prepareRoot(m_root)) {
   migrate();
+  m_db.execute(internal::kChangedCaptures);
 }
 
 std::filesystem::path LibraryStore::defaultRoot() {
@@ -287,13 +310,8 @@ std::vector<Capture> LibraryStore::captures(std::int64_t limit, const LibraryFil
 
 std::vector<Capture> LibraryStore::captures(const std::vector<std::string>& ids) {
   if (ids.empty()) return {};
-  std::string condition = "c.id IN (";
   std::vector<Value> args;
-  for (const auto& id : ids) {
-    condition += args.empty() ? "?" : ", ?";
-    args.emplace_back(id);
-  }
-  condition += ")";
+  std::string condition = "c.id IN " + inList(ids, args);
   std::unordered_map<std::string, Capture> byID;
   for (auto& capture : listing(condition, std::move(args), static_cast<std::int64_t>(ids.size()),
                                "c.created_at DESC")) {
@@ -308,9 +326,13 @@ std::vector<Capture> LibraryStore::captures(const std::vector<std::string>& ids)
 }
 
 std::vector<Capture> LibraryStore::pending(Date now, std::int64_t limit) {
-  return listing("c.stage != ? AND c.next_attempt_at <= ?",
-                 {CaptureStage(CaptureStage::organized).raw(), secondsSince1970(now)}, limit,
-                 "c.created_at ASC");
+  // Through the stage index, on both sides of `organized`: scanning by time
+  // for the few that wait would read every organized capture first.
+  return listing(
+      "c.rowid IN (SELECT rowid FROM captures WHERE stage < ?1 AND next_attempt_at <= ?2 "
+      "UNION ALL SELECT rowid FROM captures WHERE stage > ?1 AND next_attempt_at <= ?2)",
+      {CaptureStage(CaptureStage::organized).raw(), secondsSince1970(now)}, limit,
+      "c.created_at ASC");
 }
 
 std::vector<Capture> LibraryStore::unfinished(std::int64_t limit) {
@@ -367,17 +389,51 @@ void LibraryStore::forEachVector(std::string_view model, VectorSpace space,
 
 std::vector<LibraryStore::Filing> LibraryStore::filings(std::int64_t limit) {
   std::vector<Filing> result;
-  for (const auto& row :
-       m_db.query("SELECT id, collection_id, stage FROM captures ORDER BY created_at DESC LIMIT ?",
-                  {limit})) {
-    const std::string* id = row["id"].textValue();
-    const std::string* collection = row["collection_id"].textValue();
-    const std::string* stage = row["stage"].textValue();
-    result.push_back(
-        {id ? *id : "", collection ? std::optional(*collection) : std::nullopt,
-         (stage ? CaptureStage::fromRaw(*stage) : std::nullopt).value_or(CaptureStage::captured)});
+  // The index on created_at gives this order without a sort: it holds the
+  // rowid after the time.
+  for (const auto& row : m_db.query(
+           std::string(kFilingColumns) + "ORDER BY created_at DESC, rowid DESC LIMIT ?", {limit})) {
+    result.push_back(filingFromRow(row));
   }
   return result;
+}
+
+std::vector<LibraryStore::Filing> LibraryStore::filings(const std::vector<std::string>& ids) {
+  if (ids.empty()) return {};
+  std::vector<Value> args;
+  const std::string sql = std::string(kFilingColumns) + "WHERE id IN " + inList(ids, args);
+  std::vector<Filing> result;
+  for (const auto& row : m_db.query(sql, args)) {
+    result.push_back(filingFromRow(row));
+  }
+  return result;
+}
+
+std::vector<LibraryStore::IdVector> LibraryStore::vectors(std::string_view model, VectorSpace space,
+                                                          const std::vector<std::string>& ids) {
+  if (ids.empty()) return {};
+  std::vector<Value> args{model, space.raw()};
+  const std::string sql =
+      "SELECT capture_id, vector FROM vectors WHERE model = ? AND space = ? AND capture_id IN " +
+      inList(ids, args);
+  std::vector<IdVector> result;
+  for (const auto& row : m_db.query(sql, args)) {
+    const std::string* id = row["capture_id"].textValue();
+    const Bytes* blob = row["vector"].blobValue();
+    if (id && blob) result.push_back({*id, internal::floatsFromBlob(*blob)});
+  }
+  return result;
+}
+
+LibraryStore::Changes LibraryStore::takeChanges() {
+  return m_db.locked([&] {
+    Changes changes{changeStamp().dataVersion, {}};
+    for (const auto& row : m_db.query("SELECT capture_id FROM changed_captures")) {
+      if (const std::string* id = row["capture_id"].textValue()) changes.captures.push_back(*id);
+    }
+    m_db.execute("DELETE FROM changed_captures");
+    return changes;
+  });
 }
 
 LibraryStore::ChangeStamp LibraryStore::changeStamp() {

@@ -121,15 +121,39 @@ class LibraryStore {
   // space is never held twice.
   void forEachVector(std::string_view model, VectorSpace space,
                      const std::function<void(IdVector&&)>& visit);
-  // Where a capture stands for filing: its collection and its stage.
+  // Where a capture stands for filing: its collection and its stage, and
+  // its place among the captures, the newest first and of those kept at one
+  // moment the one stored last.
   struct Filing {
     std::string id;
     std::optional<std::string> collectionID;
     CaptureStage stage = CaptureStage::captured;
+    double createdAt = 0;  // seconds since 1970
+    std::int64_t rowid = 0;
+
+    bool comesBefore(const Filing& other) const {
+      return createdAt != other.createdAt ? createdAt > other.createdAt : rowid > other.rowid;
+    }
+    bool operator==(const Filing&) const = default;
   };
-  // The newest `limit` captures as filing sees them, in the order of
-  // captures(limit, recent), without reading the rest of each row.
+  // The newest `limit` captures as filing sees them, in that order (that of
+  // captures(limit, recent)), without reading the rest of each row.
   std::vector<Filing> filings(std::int64_t limit);
+  // Those of `ids` that exist, in no particular order.
+  std::vector<Filing> filings(const std::vector<std::string>& ids);
+  // The vectors of one space made by `model` of those of `ids` that have one.
+  std::vector<IdVector> vectors(std::string_view model, VectorSpace space,
+                                const std::vector<std::string>& ids);
+  // What this connection has written since the last call: the captures whose
+  // row or vectors it inserted, changed or deleted (so also those an edit or
+  // a failure touched), once each. The data version is changeStamp()'s: when
+  // it has moved, another connection has committed, and anything may have
+  // changed.
+  struct Changes {
+    std::int64_t dataVersion = 0;
+    std::vector<std::string> captures;
+  };
+  Changes takeChanges();
   // Changes whenever the library has changed since it was last asked: a
   // commit of another connection, or a row changed through this one. Equal
   // stamps mean that nothing read from the store can have changed.

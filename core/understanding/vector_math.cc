@@ -41,14 +41,18 @@ std::vector<float> unit(std::span<const float> v) {
   return result;
 }
 
-std::optional<std::vector<float>> centroid(const std::vector<std::vector<float>>& vectors) {
+std::optional<std::vector<float>> centroid(const std::vector<std::span<const float>>& vectors) {
   if (vectors.empty()) return std::nullopt;
   std::vector<float> sum(vectors.front().size(), 0.0f);
-  for (const auto& v : vectors) {
+  for (const auto v : vectors) {
     if (v.empty() || v.size() != sum.size()) continue;
     for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += v[i];
   }
   return unit(sum);
+}
+
+std::optional<std::vector<float>> centroid(const std::vector<std::vector<float>>& vectors) {
+  return centroid(std::vector<std::span<const float>>(vectors.begin(), vectors.end()));
 }
 
 }  // namespace brindlemoor::VectorMath

@@ -28,5 +28,7 @@ std::vector<float> unit(std::span<const float> v);
 // vector; vectors that are empty or of another length are left out. Nothing
 // when `vectors` is empty; an empty vector when the first one is empty.
 std::optional<std::vector<float>> centroid(const std::vector<std::vector<float>>& vectors);
+// The same for vectors viewed where they lie.
+std::optional<std::vector<float>> centroid(const std::vector<std::span<const float>>& vectors);
 
 }  // namespace brindlemoor::VectorMath

@@ -50,10 +50,13 @@ TEST(OrganizerDecide, GathersTheTwelveClosestOfTwentyInOrderOfScore) {
   const auto score = [](int rank) {
     return 0.99f - 0.01f * static_cast<float>(rank == 6 ? 5 : rank);
   };
-  std::vector<Organizer::Unsorted> unsorted = {{"far", at(0.5f)}};
+  std::vector<Vector> vectors = {at(0.5f)};
+  std::vector<Organizer::Unsorted> unsorted = {{"far", vectors.back()}};
+  vectors.reserve(21);
   for (int position = 0; position < 20; ++position) {
     const int rank = position * 7 % 20;
-    unsorted.push_back({(rank < 10 ? "r0" : "r") + std::to_string(rank), at(score(rank))});
+    vectors.push_back(at(score(rank)));
+    unsorted.push_back({(rank < 10 ? "r0" : "r") + std::to_string(rank), vectors.back()});
   }
   EXPECT_EQ(Organizer{}.decide(kEast, {}, unsorted),
             Decision::form({"r00", "r01", "r02", "r03", "r04", "r05", "r06", "r07", "r08", "r09",
@@ -86,10 +89,14 @@ TEST(OrganizerDecide, JoinsAtExactlyTheJoinThresholdAndNotJustBelow) {
 TEST(OrganizerDecide, NeedsAMemberAtTheFormThresholdBesidesANearCentroid) {
   // Two members on either side of the capture's axis: their centroid scores
   // about 0.84, yet each member scores exactly `best`.
-  const auto group = [](float best) {
+  std::vector<Vector> vectors;
+  vectors.reserve(8);
+  const auto group = [&](float best) {
     const float z = 0.5f;
     const float y = std::sqrt(1.0f - best * best - z * z);
-    return Organizer::Group{"c", {{best, y, z}, {best, -y, z}}};
+    vectors.push_back({best, y, z});
+    vectors.push_back({best, -y, z});
+    return Organizer::Group{"c", {vectors[vectors.size() - 2], vectors.back()}};
   };
   const Vector capture = {1.0f, 0.0f, 0.0f};
   const auto similarity = [&](const Organizer::Group& g) {
@@ -105,11 +112,14 @@ TEST(OrganizerDecide, TheClosestCentroidWinsWhateverTheBestMembers) {
   const Vector capture = {1.0f, 0.0f, 0.0f};
   // Holds the capture's own direction, but its centroid scores about 0.82.
   const float u = 2.0f * 0.82f * 0.82f - 1.0f;
-  const Organizer::Group exactMember = {"exact", {capture, {u, std::sqrt(1.0f - u * u), 0.0f}}};
+  const Vector away = {u, std::sqrt(1.0f - u * u), 0.0f};
+  const Organizer::Group exactMember = {"exact", {capture, away}};
   // Members at 0.8 whose centroid scores about 0.85.
   const float z = std::sqrt(0.8f * 0.8f / (0.85f * 0.85f) - 0.64f);
   const float y = std::sqrt(1.0f - 0.64f - z * z);
-  const Organizer::Group central = {"central", {{0.8f, y, z}, {0.8f, -y, z}}};
+  const Vector above = {0.8f, y, z};
+  const Vector below = {0.8f, -y, z};
+  const Organizer::Group central = {"central", {above, below}};
   const float centralSimilarity = VectorMath::dot(capture, *VectorMath::centroid(central.members));
   ASSERT_NEAR(centralSimilarity, 0.85f, 1e-4f);
 
@@ -121,7 +131,8 @@ TEST(OrganizerDecide, TheClosestCentroidWinsWhateverTheBestMembers) {
 
 TEST(OrganizerDecide, JoiningBeatsFormingAndDrawsNoNeighboursAlong) {
   EXPECT_EQ(Organizer{}.decide(kEast, {{"c", {at(0.81f)}}}, {{"a", kEast}}),
-            Decision::join("c", VectorMath::dot(kEast, *VectorMath::centroid({at(0.81f)}))));
+            Decision::join("c", VectorMath::dot(
+                                    kEast, *VectorMath::centroid(std::vector<Vector>{at(0.81f)}))));
 }
 
 TEST(OrganizerShouldRename, NamesAtTwoThenAtEachDoublingUnlessTheUserNamed) {

@@ -33,13 +33,13 @@ TEST(VectorMathUnit, ScalesToLengthOneLeavingZeroVectorsAlone) {
 }
 
 TEST(VectorMathCentroid, IsTheUnitSumOfVectorsOfTheFirstsLength) {
-  EXPECT_EQ(VectorMath::centroid({}), std::nullopt);
-  const auto c = VectorMath::centroid({{1, 0}, {0, 1, 0}, {0, 1}, {}});
+  EXPECT_EQ(VectorMath::centroid(std::vector<Vector>{}), std::nullopt);
+  const auto c = VectorMath::centroid(std::vector<Vector>{{1, 0}, {0, 1, 0}, {0, 1}, {}});
   ASSERT_TRUE(c.has_value());
   ASSERT_EQ(c->size(), 2u);
   EXPECT_NEAR((*c)[0], std::sqrt(0.5f), 1e-5);
   EXPECT_NEAR((*c)[1], std::sqrt(0.5f), 1e-5);
-  EXPECT_EQ(VectorMath::centroid({{1, 0}, {-1, 0}}), (Vector{0, 0}));
+  EXPECT_EQ(VectorMath::centroid(std::vector<Vector>{{1, 0}, {-1, 0}}), (Vector{0, 0}));
 }
 
 }  // namespace

@@ -1,0 +1,94 @@
+// The cache must hold what reading the store afresh gives after any write:
+// its own connection's, which it reads again capture by capture, and
+// another's, after which it reads everything.
+#include "core/library/filing_cache.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "tests/testing/sample_captures.h"
+#include "tests/testing/temp_dir.h"
+
+namespace brindlemoor {
+namespace {
+
+using testing::sampleCapture;
+using testing::sampleID;
+
+const std::string kModel = "e";
+
+class FilingCacheTest : public ::testing::Test {
+ protected:
+  static constexpr std::int64_t kWindow = 6;
+
+  testing::TempDir dir;
+  LibraryStore store{dir.path()};
+  FilingCache cache{store, kModel, kWindow};
+
+  void embed(int n, float x) {
+    store.setEmbedding(sampleID(n), kModel,
+                       {{VectorSpace::look, {1, 0}}, {VectorSpace::meaning, {x, 1 - x}}});
+  }
+
+  void expectCurrent() {
+    cache.refresh();
+    EXPECT_EQ(cache.filings(), store.filings(kWindow));
+    std::map<std::string, std::vector<float>> vectors;
+    for (auto& [id, vector] : store.vectors(kModel, VectorSpace::meaning)) vectors[id] = vector;
+    for (std::size_t i = 0; i < cache.filings().size(); ++i) {
+      const auto stored = vectors.find(cache.filings()[i].id);
+      const std::vector<float>* cached = cache.vectorOf(i);
+      ASSERT_EQ(cached != nullptr, stored != vectors.end()) << i;
+      if (cached) {
+        EXPECT_EQ(*cached, stored->second) << i;
+      }
+    }
+  }
+};
+
+TEST_F(FilingCacheTest, FollowsItsOwnConnectionsWritesThroughTheWindow) {
+  for (int n = 0; n < 4; ++n) store.insert(sampleCapture(n, 100 + n));
+  expectCurrent();
+
+  embed(1, 0.5f);
+  embed(2, 0.25f);
+  store.insertCollection({"c", "Group", "📁", now(), now(), 0, 0, false});
+  store.setCollection(sampleID(1), "c");
+  store.moveCapture(sampleID(2), "c");
+  store.setNote(sampleID(3), "seen");
+  expectCurrent();
+
+  // Past the window: newer ones push older ones out, an older one stays out,
+  // and three kept at one moment go by the order they were stored in.
+  for (int n = 4; n < 7; ++n) store.insert(sampleCapture(n, 200));
+  store.insert(sampleCapture(7, 50));
+  embed(5, 0.75f);
+  embed(2, 0.125f);  // embedded again
+  expectCurrent();
+
+  // A capture leaving a full window lets the next older one in.
+  store.deleteCapture(sampleID(5));
+  expectCurrent();
+  store.moveCapture(sampleID(2), std::nullopt);
+  store.dropEmptyCollections();
+  expectCurrent();
+  expectCurrent();  // nothing written since
+}
+
+TEST_F(FilingCacheTest, ReadsEverythingAfterAnotherConnectionsCommit) {
+  for (int n = 0; n < 3; ++n) store.insert(sampleCapture(n, 100 + n));
+  embed(0, 0.5f);
+  expectCurrent();
+  {
+    LibraryStore other(dir.path());
+    other.insert(sampleCapture(9, 300));
+    other.setEmbedding(sampleID(9), kModel, {{VectorSpace::meaning, {0.5f, 0.5f}}});
+    other.setEmbedding(sampleID(0), kModel, {{VectorSpace::meaning, {0.0f, 1.0f}}});
+    other.deleteCapture(sampleID(1));
+  }
+  expectCurrent();
+}
+
+}  // namespace
+}  // namespace brindlemoor

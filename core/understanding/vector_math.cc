@@ -24,6 +24,19 @@ float sumOfProducts(const float* a, const float* b, std::size_t n) {
   return sum;
 }
 
+// sum += v, lane by lane. Each element is still the plain sum in order, so
+// the result is that of a scalar loop; reading a block before writing it
+// lets the compiler add whole registers although the two may overlap.
+void addTo(float* sum, const float* v, std::size_t n) {
+  std::size_t i = 0;
+  for (; i + kLanes <= n; i += kLanes) {
+    float block[kLanes];
+    for (std::size_t lane = 0; lane < kLanes; ++lane) block[lane] = sum[i + lane] + v[i + lane];
+    for (std::size_t lane = 0; lane < kLanes; ++lane) sum[i + lane] = block[lane];
+  }
+  for (; i < n; ++i) sum[i] += v[i];
+}
+
 }  // namespace
 
 float dot(std::span<const float> a, std::span<const float> b) {
@@ -46,7 +59,7 @@ std::optional<std::vector<float>> centroid(const std::vector<std::span<const flo
   std::vector<float> sum(vectors.front().size(), 0.0f);
   for (const auto v : vectors) {
     if (v.empty() || v.size() != sum.size()) continue;
-    for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += v[i];
+    addTo(sum.data(), v.data(), sum.size());
   }
   return unit(sum);
 }

@@ -129,6 +129,16 @@ TEST(OrganizerDecide, TheClosestCentroidWinsWhateverTheBestMembers) {
             Decision::join("central", centralSimilarity));
 }
 
+TEST(OrganizerDecide, AmongHundredsOfGroupsTheClosestCentroidWinsAndTheFirstOfEqualOnes) {
+  const Vector far = at(0.5f), near = at(0.85f), nearest = at(0.9f);
+  std::vector<Organizer::Group> groups;
+  for (int i = 0; i < 300; ++i) {
+    const Vector& member = i == 20 || i == 280 ? near : i == 150 || i == 290 ? nearest : far;
+    groups.push_back({"g" + std::to_string(i), {member}});
+  }
+  EXPECT_EQ(Organizer{}.decide(kEast, groups, {}), Decision::join("g150", 0.9f));
+}
+
 TEST(OrganizerDecide, JoiningBeatsFormingAndDrawsNoNeighboursAlong) {
   EXPECT_EQ(Organizer{}.decide(kEast, {{"c", {at(0.81f)}}}, {{"a", kEast}}),
             Decision::join("c", VectorMath::dot(

@@ -82,26 +82,18 @@ CREATE INDEX idx_captures_media ON captures(media);
 // the table was last emptied; others' writes fire none of these.
 inline constexpr std::string_view kChangedCaptures = R"sql(
 CREATE TEMP TABLE changed_captures (capture_id TEXT PRIMARY KEY);
-CREATE TEMP TRIGGER capture_inserted AFTER INSERT ON main.captures BEGIN
-  INSERT OR IGNORE INTO changed_captures VALUES (new.id);
-END;
-CREATE TEMP TRIGGER capture_updated AFTER UPDATE ON main.captures BEGIN
-  INSERT OR IGNORE INTO changed_captures VALUES (old.id);
-  INSERT OR IGNORE INTO changed_captures VALUES (new.id);
-END;
-CREATE TEMP TRIGGER capture_deleted AFTER DELETE ON main.captures BEGIN
-  INSERT OR IGNORE INTO changed_captures VALUES (old.id);
-END;
-CREATE TEMP TRIGGER vector_inserted AFTER INSERT ON main.vectors BEGIN
-  INSERT OR IGNORE INTO changed_captures VALUES (new.capture_id);
-END;
-CREATE TEMP TRIGGER vector_updated AFTER UPDATE ON main.vectors BEGIN
-  INSERT OR IGNORE INTO changed_captures VALUES (old.capture_id);
-  INSERT OR IGNORE INTO changed_captures VALUES (new.capture_id);
-END;
-CREATE TEMP TRIGGER vector_deleted AFTER DELETE ON main.vectors BEGIN
-  INSERT OR IGNORE INTO changed_captures VALUES (old.capture_id);
-END;
+CREATE TEMP TRIGGER capture_inserted AFTER INSERT ON main.captures
+  BEGIN INSERT OR IGNORE INTO changed_captures VALUES (new.id); END;
+CREATE TEMP TRIGGER capture_updated AFTER UPDATE ON main.captures
+  BEGIN INSERT OR IGNORE INTO changed_captures VALUES (old.id), (new.id); END;
+CREATE TEMP TRIGGER capture_deleted AFTER DELETE ON main.captures
+  BEGIN INSERT OR IGNORE INTO changed_captures VALUES (old.id); END;
+CREATE TEMP TRIGGER vector_inserted AFTER INSERT ON main.vectors
+  BEGIN INSERT OR IGNORE INTO changed_captures VALUES (new.capture_id); END;
+CREATE TEMP TRIGGER vector_updated AFTER UPDATE ON main.vectors
+  BEGIN INSERT OR IGNORE INTO changed_captures VALUES (old.capture_id), (new.capture_id); END;
+CREATE TEMP TRIGGER vector_deleted AFTER DELETE ON main.vectors
+  BEGIN INSERT OR IGNORE INTO changed_captures VALUES (old.capture_id); END;
 )sql";
 
 }  // namespace brindlemoor::internal

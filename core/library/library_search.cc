@@ -3,7 +3,6 @@
 // never fails: a judge that can't answer is left out, so with Ollama down the
 // words alone still answer.
 
-#include <algorithm>
 #include <future>
 
 #include "core/library/library.h"

@@ -8,11 +8,7 @@
 namespace brindlemoor {
 namespace {
 
-struct Names {
-  std::string_view raw, title, symbol;
-};
-
-constexpr Names kNames[] = {
+constexpr internal::Names kNames[] = {
     {"article", "Articles", "doc.richtext"},
     {"code", "Code", "chevron.left.forwardslash.chevron.right"},
     {"design", "Design", "paintpalette"},

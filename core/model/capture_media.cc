@@ -5,11 +5,7 @@
 namespace brindlemoor {
 namespace {
 
-struct Names {
-  std::string_view raw, title, symbol;
-};
-
-constexpr Names kNames[] = {
+constexpr internal::Names kNames[] = {
     {"screen", "Screens", "macwindow"},
     {"photo", "Photos", "photo"},
     {"video", "Videos", "film"},

@@ -133,16 +133,16 @@ double VectorBlock::highScore(const CodedQuery& query, std::size_t index) const 
 }
 
 // The exact score differs from the code's by the float sum's rounding, the
-// vector's coding error seen by the query, and the query's coding error seen
-// by the coded vector (whose length is at most the vector's plus its error).
-double VectorBlock::fullError(const CodedQuery& query) const {
-  return roundedUp(query.length * m_maxFullError + query.error * (m_maxLength + m_maxFullError) +
+// vector's coding error (`codingError`, with both planes or the high one)
+// seen by the query, and the query's coding error seen by the coded vector,
+// whose length is at most the vector's plus its error.
+double VectorBlock::errorBound(const CodedQuery& query, double codingError) const {
+  return roundedUp(query.length * codingError + query.error * (m_maxLength + codingError) +
                    roundingShare(m_dimension) * query.length * m_maxLength);
 }
 
-double VectorBlock::highError(const CodedQuery& query) const {
-  return roundedUp(query.length * m_maxHighError + query.error * (m_maxLength + m_maxHighError) +
-                   roundingShare(m_dimension) * query.length * m_maxLength);
+std::vector<SearchMerge::Score> VectorBlock::plainStandouts(std::span<const float> query) const {
+  return SearchMerge::standouts(SearchMerge::scores(query, m_entries, std::nullopt));
 }
 
 float VectorBlock::exact(std::span<const float> query, std::size_t index) const {
@@ -162,11 +162,9 @@ std::vector<SearchMerge::Score> VectorBlock::scoresOf(std::vector<Candidate> can
 }
 
 std::vector<SearchMerge::Score> VectorBlock::standouts(std::span<const float> query) const {
-  if (!coded(query)) {
-    return SearchMerge::standouts(SearchMerge::scores(query, m_entries, std::nullopt));
-  }
+  if (!coded(query)) return plainStandouts(query);
   const CodedQuery codedQuery(query);
-  const double error = fullError(codedQuery);
+  const double error = errorBound(codedQuery, m_maxFullError);
   const std::size_t n = m_entries.size();
   std::vector<double> approximate(n);
   for (std::size_t i = 0; i < n; ++i) approximate[i] = codedScore(codedQuery, i);
@@ -197,9 +195,7 @@ std::vector<SearchMerge::Score> VectorBlock::standouts(std::span<const float> qu
     }
   }
   // Never the case while the bound holds; the floats then answer alone.
-  if (above > rank || rank - above >= near.size()) {
-    return SearchMerge::standouts(SearchMerge::scores(query, m_entries, std::nullopt));
-  }
+  if (above > rank || rank - above >= near.size()) return plainStandouts(query);
   const std::size_t nearRank = rank - above;
   std::ranges::nth_element(near, near.begin() + static_cast<std::ptrdiff_t>(nearRank),
                            std::greater<>());
@@ -216,7 +212,7 @@ std::vector<SearchMerge::Score> VectorBlock::standouts(std::span<const float> qu
 
 std::vector<std::size_t> VectorBlock::highCandidates(const CodedQuery& query, double floor,
                                                      std::size_t begin, std::size_t end) const {
-  const double error = highError(query);
+  const double error = errorBound(query, m_maxHighError);
   std::vector<std::size_t> candidates;
   for (std::size_t i = begin; i < end; ++i) {
     if (highScore(query, i) + error >= floor) candidates.push_back(i);

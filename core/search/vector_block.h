@@ -60,18 +60,20 @@ class VectorBlock {
   };
 
   bool coded(std::span<const float> query) const;
-  // Scores of the codes, each within fullError (both planes) or highError
-  // (the high plane) of its exact score.
+  // Scores of the codes, each within errorBound(query, m_maxFullError) (both
+  // planes) or errorBound(query, m_maxHighError) (the high plane) of its exact
+  // score.
   double codedScore(const CodedQuery& query, std::size_t index) const;
   double highScore(const CodedQuery& query, std::size_t index) const;
-  double fullError(const CodedQuery& query) const;
-  double highError(const CodedQuery& query) const;
-  // Indices in [begin, end) whose high score is within highError of `floor`
+  double errorBound(const CodedQuery& query, double codingError) const;
+  // Indices in [begin, end) whose high score is within its error of `floor`
   // or above it.
   std::vector<std::size_t> highCandidates(const CodedQuery& query, double floor, std::size_t begin,
                                           std::size_t end) const;
 
   float exact(std::span<const float> query, std::size_t index) const;
+  // Standouts from every float, as SearchMerge has them.
+  std::vector<SearchMerge::Score> plainStandouts(std::span<const float> query) const;
   std::vector<SearchMerge::Score> scoresOf(std::vector<Candidate> candidates) const;
 
   std::vector<std::string> m_ids;

@@ -148,7 +148,8 @@ class LibraryStore {
   // row or vectors it inserted, changed or deleted (so also those an edit or
   // a failure touched), once each. The data version is changeStamp()'s: when
   // it has moved, another connection has committed, and anything may have
-  // changed.
+  // changed. What is taken is gone, so a store has one taker: the filing of
+  // its Library.
   struct Changes {
     std::int64_t dataVersion = 0;
     std::vector<std::string> captures;

@@ -8,6 +8,11 @@
 
 namespace brindlemoor::internal {
 
+// The words of one value, in the table an enumeration keeps by value.
+struct Names {
+  std::string_view raw, title, symbol;
+};
+
 template <class T>
 std::optional<T> fromRawValue(std::string_view raw) {
   for (T value : T::all()) {

@@ -17,7 +17,7 @@
 
 #include "bench/one_at_a_time.h"
 #include "core/organizing/organizer.h"
-#include "core/understanding/vector_math.h"
+#include "core/model/vector_math.h"
 
 namespace brindlemoor {
 namespace {

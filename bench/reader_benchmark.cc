@@ -13,8 +13,8 @@
 #include <vector>
 #include <vips/vips8>
 
-#include "core/understanding/ocr_thread_limit.h"
-#include "core/understanding/reader.h"
+#include "core/media/ocr_thread_limit.h"
+#include "core/media/reader.h"
 
 namespace {
 

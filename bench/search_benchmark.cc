@@ -13,7 +13,7 @@
 #include "bench/one_at_a_time.h"
 #include "core/library/library.h"
 #include "core/understanding/models.h"
-#include "core/understanding/vector_math.h"
+#include "core/model/vector_math.h"
 #include "tests/testing/child_process.h"
 #include "tests/testing/imitation_ollama.h"
 #include "tests/testing/sample_captures.h"

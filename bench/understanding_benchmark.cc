@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "core/understanding/describer.h"
-#include "core/understanding/vector_math.h"
+#include "core/model/vector_math.h"
 
 namespace brindlemoor {
 namespace {

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <utility>
 
-#include "core/agents/capture_text.h"
+#include "core/presentation/capture_text.h"
 #include "core/model/text.h"
 #include "core/understanding/untrusted_json.h"
 

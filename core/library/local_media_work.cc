@@ -4,7 +4,7 @@
 
 #include "core/media/thumbnailer.h"
 #include "core/media/transcriber.h"
-#include "core/understanding/reader.h"
+#include "core/media/reader.h"
 
 namespace brindlemoor {
 

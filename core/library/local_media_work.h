@@ -1,7 +1,7 @@
 // LocalMediaWork is the pipeline's MediaWork: Reader for the text in a
 // picture, Transcriber for the speech in a video, Thumbnailer for the
 // pictures the models see. A program that runs the pipeline with it begins
-// main() with requireOcrThreadLimit (core/understanding/ocr_thread_limit.h),
+// main() with requireOcrThreadLimit (core/media/ocr_thread_limit.h),
 // as Reader asks.
 //
 // Threads: free of shared state; any function may run on any thread.

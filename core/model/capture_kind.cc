@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "core/model/internal/raw_values.h"
+#include "core/model/raw_values.h"
 #include "core/model/text.h"
 
 namespace brindlemoor {

@@ -1,6 +1,6 @@
 #include "core/model/capture_media.h"
 
-#include "core/model/internal/raw_values.h"
+#include "core/model/raw_values.h"
 
 namespace brindlemoor {
 namespace {

@@ -1,6 +1,6 @@
 #include "core/model/capture_stage.h"
 
-#include "core/model/internal/raw_values.h"
+#include "core/model/raw_values.h"
 
 namespace brindlemoor {
 

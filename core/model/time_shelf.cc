@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "core/model/internal/raw_values.h"
+#include "core/model/raw_values.h"
 
 namespace brindlemoor {
 namespace {

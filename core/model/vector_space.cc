@@ -1,6 +1,6 @@
 #include "core/model/vector_space.h"
 
-#include "core/model/internal/raw_values.h"
+#include "core/model/raw_values.h"
 
 namespace brindlemoor {
 

@@ -14,7 +14,7 @@
 #include <optional>
 
 #include "core/model/text.h"
-#include "core/understanding/describer.h"
+#include "core/understanding/model_reply.h"
 #include "core/understanding/untrusted_json.h"
 
 namespace brindlemoor {
@@ -100,9 +100,9 @@ std::string CollectionNamer::prompt(const std::vector<Capture>& captures) {
 }
 
 CollectionNamer::Naming CollectionNamer::parse(std::string_view reply) {
-  const nlohmann::json object = Describer::jsonObject(reply).value_or(nlohmann::json::object());
+  const nlohmann::json object = ModelReply::jsonObject(reply).value_or(nlohmann::json::object());
   Naming naming;
-  naming.name = Describer::clean(UntrustedJson::stringMember(object, "name"), kNameCharacters)
+  naming.name = ModelReply::clean(UntrustedJson::stringMember(object, "name"), kNameCharacters)
                     .value_or(std::string(kUntitled));
   const auto emoji = UntrustedJson::stringMember(object, "emoji");
   naming.emoji = std::string(emoji ? firstEmoji(*emoji).value_or(kFolder) : kFolder);

@@ -44,7 +44,7 @@ class CollectionNamer {
   static std::string prompt(const std::vector<Capture>& captures);
 
   // The naming in a model's reply. The name is the reply's "name" string
-  // cleaned as Describer::clean() does, at most 40 characters, or "Untitled
+  // cleaned as ModelReply::clean() does, at most 40 characters, or "Untitled
   // collection". The emoji is the first user-perceived character of the
   // "emoji" string that shows as an emoji (a code point with the property
   // Emoji_Presentation, a U+FE0F variation selector, or a pair of regional

@@ -6,7 +6,7 @@
 #include <future>
 #include <optional>
 
-#include "core/understanding/vector_math.h"
+#include "core/model/vector_math.h"
 
 namespace brindlemoor {
 namespace {

@@ -18,7 +18,7 @@
 #include <vector>
 
 #include "core/search/search_reason.h"
-#include "core/understanding/vector_math.h"
+#include "core/model/vector_math.h"
 
 namespace brindlemoor::SearchMerge {
 

@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "core/search/internal/code_dot.h"
-#include "core/understanding/vector_math.h"
+#include "core/model/vector_math.h"
 
 namespace brindlemoor {
 namespace {

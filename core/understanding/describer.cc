@@ -16,11 +16,18 @@
 #include "core/model/capture_kind.h"
 #include "core/model/text.h"
 #include "core/model/url.h"
+#include "core/understanding/internal/icu_regex.h"
+#include "core/understanding/model_reply.h"
 #include "core/understanding/untrusted_json.h"
 #include "core/understanding/utf8.h"
 
 namespace brindlemoor {
 namespace {
+
+using internal::compiled;
+using internal::replacedAll;
+using internal::unicode;
+using internal::utf8;
 
 constexpr std::size_t kExcerptCharacters = 3000;
 constexpr std::size_t kErrorCharacters = 200;
@@ -39,32 +46,6 @@ constexpr int kMaxTokens = 700;
 constexpr std::size_t kMaxListElements = 1000;
 constexpr double kTimeoutSeconds = 180;
 
-icu::UnicodeString unicode(std::string_view text) {
-  return icu::UnicodeString::fromUTF8(
-      icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
-}
-
-std::string utf8(const icu::UnicodeString& text) {
-  std::string result;
-  text.toUTF8String(result);
-  return result;
-}
-
-// Patterns are built from constants and escaped host labels, so one that
-// does not compile is a mistake in this file.
-std::unique_ptr<icu::RegexPattern> compiled(const icu::UnicodeString& source) {
-  UErrorCode status = U_ZERO_ERROR;
-  UParseError where;
-  std::unique_ptr<icu::RegexPattern> pattern(icu::RegexPattern::compile(source, where, status));
-  if (U_FAILURE(status)) throw std::logic_error("bad regular expression");
-  return pattern;
-}
-
-const icu::RegexPattern& whitespaceRuns() {
-  static const auto pattern = compiled(u"\\s+");
-  return *pattern;
-}
-
 const icu::RegexPattern& preamble() {
   static const auto pattern = compiled(
       u"^(?i)(a |this |the )?(screenshot|screen ?shot|webpage|web page|page|image)"
@@ -75,14 +56,6 @@ const icu::RegexPattern& preamble() {
 const icu::RegexPattern& trailingPageWord() {
   static const auto pattern = compiled(u"(?i)\\s+(article|page)$");
   return *pattern;
-}
-
-icu::UnicodeString replacedAll(const icu::RegexPattern& pattern, const icu::UnicodeString& text,
-                               const icu::UnicodeString& replacement) {
-  UErrorCode status = U_ZERO_ERROR;
-  std::unique_ptr<icu::RegexMatcher> matcher(pattern.matcher(text, status));
-  icu::UnicodeString result = matcher->replaceAll(replacement, status);
-  return U_SUCCESS(status) ? result : text;
 }
 
 // `word` as a literal inside a pattern: every ASCII character other than a
@@ -209,7 +182,7 @@ std::vector<std::string> highlightsOf(const nlohmann::json& object, std::string_
   std::vector<std::string> highlights;
   for (const std::string_view candidate : stringsOf(object, "highlights")) {
     if (highlights.size() == kMaxHighlights) break;
-    auto highlight = Describer::clean(candidate, kHighlightCharacters);
+    auto highlight = ModelReply::clean(candidate, kHighlightCharacters);
     if (highlight && occursIn(seen, Describer::squashed(*highlight))) {
       highlights.push_back(std::move(*highlight));
     }
@@ -311,13 +284,14 @@ std::string Describer::prompt(const Context& context, std::string_view ocrExcerp
 CaptureDescription Describer::parse(std::string_view raw, std::string_view ocrText,
                                     const std::optional<std::string>& url,
                                     std::string_view fallbackTitle) {
-  const auto object = jsonObject(raw);
+  const auto object = ModelReply::jsonObject(raw);
   if (!object) throw ParseError::notJSON(raw);
 
-  auto title = clean(UntrustedJson::stringMember(*object, "title"), kTitleCharacters);
-  if (!title) title = clean(fallbackTitle, kTitleCharacters);
+  auto title = ModelReply::clean(UntrustedJson::stringMember(*object, "title"), kTitleCharacters);
+  if (!title) title = ModelReply::clean(fallbackTitle, kTitleCharacters);
   const std::string summary =
-      clean(UntrustedJson::stringMember(*object, "summary"), kSummaryCharacters).value_or("");
+      ModelReply::clean(UntrustedJson::stringMember(*object, "summary"), kSummaryCharacters)
+          .value_or("");
   const std::string seen = squashed(ocrText);
   return CaptureDescription{
       withoutSiteName(title.value_or("Untitled"), url),
@@ -327,26 +301,6 @@ CaptureDescription Describer::parse(std::string_view raw, std::string_view ocrTe
       highlightsOf(*object, seen),
       linksOf(*object, seen, url),
   };
-}
-
-std::optional<nlohmann::json> Describer::jsonObject(std::string_view text) {
-  const std::size_t open = text.find('{');
-  const std::size_t close = text.rfind('}');
-  if (open == std::string_view::npos || close == std::string_view::npos || close < open) {
-    return std::nullopt;
-  }
-  auto value = UntrustedJson::parse(text.substr(open, close - open + 1));
-  if (!value || !value->is_object()) return std::nullopt;
-  return value;
-}
-
-std::optional<std::string> Describer::clean(std::optional<std::string_view> text, std::size_t max) {
-  if (!text || max == 0) return std::nullopt;
-  const std::string oneLine = utf8(replacedAll(whitespaceRuns(), unicode(*text), u" "));
-  std::string trimmed = Text::trimmed(oneLine, U"\"");
-  if (trimmed.empty()) return std::nullopt;
-  if (!Text::longerThan(trimmed, max)) return trimmed;
-  return Text::trimmed(Text::prefix(trimmed, max - 1)) + "…";
 }
 
 std::string Describer::withoutSiteName(std::string_view title,

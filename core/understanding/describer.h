@@ -10,7 +10,7 @@
 //
 // A Describer is a plain value: describe() blocks for the length of one model
 // call and may run on any thread. The static functions are pure and safe from
-// any thread. jsonObject() and clean() also serve collection naming.
+// any thread.
 #pragma once
 
 #include <unicode/locid.h>
@@ -114,20 +114,6 @@ class Describer {
   static CaptureDescription parse(std::string_view raw, std::string_view ocrText,
                                   const std::optional<std::string>& url,
                                   std::string_view fallbackTitle);
-
-  // The JSON object that spans from the first "{" to the last "}" of `text`,
-  // so chatter or a code fence around it does no harm. Nothing when there is
-  // no such stretch, when it is not one well-formed JSON object (two objects
-  // in a row are not), or when it nests deeper than untrusted JSON may.
-  static std::optional<nlohmann::json> jsonObject(std::string_view text);
-
-  // `text` on one line and bounded: every run of white space (line ends
-  // included) becomes one blank; white space and double quotes are trimmed
-  // from both ends. Nothing when `text` is absent or that leaves nothing. A
-  // result longer than `max` characters is cut to `max` - 1, trimmed of
-  // blanks at the cut and ended with "…", so it never exceeds `max`; a `max`
-  // of 0 leaves nothing.
-  static std::optional<std::string> clean(std::optional<std::string_view> text, std::size_t max);
 
   // `title` without a trailing site name ("Espresso - Larkspur" from a page
   // on larkspur.org gives "Espresso"), together with a following "article",

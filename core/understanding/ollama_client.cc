@@ -16,7 +16,7 @@
 #include "core/understanding/base64.h"
 #include "core/understanding/untrusted_json.h"
 #include "core/understanding/utf8.h"
-#include "core/understanding/vector_math.h"
+#include "core/model/vector_math.h"
 
 namespace brindlemoor {
 

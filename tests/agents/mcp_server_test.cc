@@ -8,7 +8,7 @@
 #include <map>
 #include <memory>
 
-#include "core/agents/capture_text.h"
+#include "core/presentation/capture_text.h"
 #include "tests/testing/imitation_ollama.h"
 #include "tests/testing/sample_captures.h"
 #include "tests/testing/temp_dir.h"

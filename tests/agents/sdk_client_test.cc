@@ -8,7 +8,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "core/agents/capture_text.h"
+#include "core/presentation/capture_text.h"
 #include "core/store/library_store.h"
 #include "tests/testing/child_process.h"
 #include "tests/testing/imitation_ollama.h"

@@ -2,7 +2,7 @@
 
 #include "core/library/library.h"
 #include "core/understanding/embedding_text.h"
-#include "core/understanding/vector_math.h"
+#include "core/model/vector_math.h"
 #include "tests/testing/imitation_ollama.h"
 #include "tests/testing/sample_captures.h"
 #include "tests/testing/temp_dir.h"

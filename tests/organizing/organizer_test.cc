@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "core/understanding/vector_math.h"
+#include "core/model/vector_math.h"
 
 namespace brindlemoor {
 

@@ -8,7 +8,7 @@
 #include <cmath>
 #include <random>
 
-#include "core/understanding/vector_math.h"
+#include "core/model/vector_math.h"
 
 namespace brindlemoor {
 namespace {

@@ -134,28 +134,6 @@ TEST_F(DescriberPrompt, MarksWhatIsNotKnown) {
       << text;
 }
 
-TEST(DescriberJsonObject, FindsOneWellFormedObjectAmidChatter) {
-  const auto object = Describer::jsonObject("Sure! ```json\n{\"title\": \"A {b}\"}\n``` Done.");
-  ASSERT_TRUE(object.has_value());
-  EXPECT_EQ((*object)["title"], "A {b}");
-
-  EXPECT_EQ(Describer::jsonObject("} backwards {"), std::nullopt);
-  EXPECT_EQ(Describer::jsonObject("{\"a\": 1} {\"b\": 2}"), std::nullopt);
-  EXPECT_EQ(Describer::jsonObject("{\"a\": \"\xC3\x28\"}"), std::nullopt);
-  const std::string deep = repeated("{\"a\":", 100000) + "1" + std::string(100000, '}');
-  EXPECT_EQ(Describer::jsonObject(deep), std::nullopt);
-}
-
-TEST(DescriberClean, PutsTextOnOneLineNeverLongerThanMax) {
-  EXPECT_EQ(Describer::clean(" \n\"\"\t\r\n \" ", 90), std::nullopt);
-  EXPECT_EQ(Describer::clean("  \"Refunds\n\n and\t\tdisputes\"\n", 90), "Refunds and disputes");
-  // A cut that falls after a blank loses the blank too.
-  EXPECT_EQ(Describer::clean(std::string(88, 'a') + " bbb", 90), std::string(88, 'a') + "…");
-  const std::string family = "👩‍👩‍👧";  // one character of eighteen bytes
-  EXPECT_EQ(Describer::clean(repeated(family, 5), 5), repeated(family, 5));
-  EXPECT_EQ(Describer::clean(repeated(family, 6), 5), repeated(family, 4) + "…");
-}
-
 TEST(DescriberWithoutSiteName, DropsOnlyATrailingSiteNameOfAHostOfTwoLabels) {
   const std::optional<std::string> url = "https://en.larkspur.org/wiki/Espresso";
   EXPECT_EQ(Describer::withoutSiteName("Espresso | LARKSPUR  ", url), "Espresso");

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/understanding/ocr_thread_limit.h"
+#include "core/media/ocr_thread_limit.h"
 #include "tools/cli/commands.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "core/agents/capture_text.h"
+#include "core/presentation/capture_text.h"
 #include "core/model/text.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/session.h"

@@ -1,4 +1,4 @@
-#include "core/understanding/vector_math.h"
+#include "core/model/vector_math.h"
 
 #include <cmath>
 #include <cstddef>

@@ -11,7 +11,7 @@
 // cores makes it several times slower, not faster, unless OMP_THREAD_LIMIT=1
 // is in the environment when the process starts. So every program that calls
 // `text` begins main() with `requireOcrThreadLimit`
-// (core/understanding/ocr_thread_limit.h), and every test that calls it is
+// (core/media/ocr_thread_limit.h), and every test that calls it is
 // registered with `bm_test(... READS_TEXT ...)` in CMake.
 #pragma once
 

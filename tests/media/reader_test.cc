@@ -1,4 +1,4 @@
-#include "core/understanding/reader.h"
+#include "core/media/reader.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "core/understanding/reader.h"
+#include "core/media/reader.h"
 
 #include <tesseract/baseapi.h>
 #include <unicode/locid.h>
@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 #include <vips/vips8>
+
+#include "core/media/internal/pictures.h"
 
 namespace brindlemoor::Reader {
 namespace {
@@ -38,14 +40,6 @@ constexpr std::array kScriptedLanguages{
     ScriptedLanguage{"uzb", "Cyrl", "uzb_cyrl"}, ScriptedLanguage{"nob", "", "nor"},
     ScriptedLanguage{"nno", "", "nor"},
 };
-
-void startVips() {
-  static std::once_flag once;
-  std::call_once(once, [] {
-    if (VIPS_INIT("brindlemoor") != 0)
-      throw Failure("Pictures cannot be decoded: libvips did not start.");
-  });
-}
 
 // The decoded picture as one 8-bit grey band, transparency laid on white as a
 // viewer shows it.
@@ -148,7 +142,11 @@ class Engine {
 
 std::string text(const Bytes& bytes) {
   if (bytes.empty()) throw Failure("The picture is empty.");
-  startVips();
+  try {
+    Pictures::start();
+  } catch (const Pictures::Failure&) {
+    throw Failure("Pictures cannot be decoded: libvips did not start.");
+  }
   VImage grey;
   try {
     // libvips decodes lazily, so a damaged file may only fail here, when the

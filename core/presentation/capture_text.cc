@@ -1,4 +1,4 @@
-#include "core/agents/capture_text.h"
+#include "core/presentation/capture_text.h"
 
 #include <unicode/datefmt.h>
 #include <unicode/unistr.h>

@@ -1,6 +1,6 @@
 // The plain texts of captures that agents and the terminal read, checked
 // whole, in a fixed locale and time zone.
-#include "core/agents/capture_text.h"
+#include "core/presentation/capture_text.h"
 
 #include <gtest/gtest.h>
 

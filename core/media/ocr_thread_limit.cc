@@ -1,4 +1,4 @@
-#include "core/understanding/ocr_thread_limit.h"
+#include "core/media/ocr_thread_limit.h"
 
 #include <unistd.h>
 

@@ -10,14 +10,19 @@ Library::Library(std::unique_ptr<LibraryStore> store, OllamaClient client, std::
     : m_store(std::move(store)),
       m_client(std::move(client)),
       m_embeddingModel(std::move(embeddingModel)),
-      m_organizer(organizer),
       m_visionModel(std::move(visionModel)),
-      m_searchIndex(*m_store, m_embeddingModel),
-      m_filings(*m_store, m_embeddingModel, kFilingWindow),
+      m_index(*m_store, m_embeddingModel, kWindow),
+      m_search(*m_store, m_index, m_client, m_embeddingModel),
+      m_filing(*m_store, m_index, m_client, organizer, [this] { return this->visionModel(); }),
       m_media(std::move(media)),
-      m_loop(m_media ? std::make_unique<WorkLoop>(
-                           *m_store, [this](const Capture& capture) { advance(capture); })
-                     : nullptr) {}
+      m_pipeline(m_media ? std::make_unique<Pipeline>(
+                               *m_store, m_client, m_embeddingModel, *m_media, m_filing,
+                               [this] { return this->visionModel(); }, [this] { changed(); })
+                         : nullptr),
+      m_loop(m_pipeline
+                 ? std::make_unique<WorkLoop>(
+                       *m_store, [this](const Capture& capture) { m_pipeline->advance(capture); })
+                 : nullptr) {}
 
 // The loop's thread is stopped first, by m_loop's own destructor, before the
 // members it uses go.
@@ -72,6 +77,12 @@ void Library::keepImported(const ImportedCapture& imported, const std::filesyste
   m_store->insert(capture);
   changed();
   startWork();
+}
+
+std::vector<Capture> Library::search(std::string_view query) const {
+  std::vector<Capture> captures;
+  for (auto& hit : findings(query).hits) captures.push_back(std::move(hit.capture));
+  return captures;
 }
 
 // --- Edits ---

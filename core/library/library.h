@@ -40,9 +40,11 @@
 #include <string_view>
 #include <vector>
 
-#include "core/library/filing_cache.h"
+#include "core/library/filing.h"
+#include "core/library/library_search.h"
 #include "core/library/media_work.h"
-#include "core/library/search_index.h"
+#include "core/library/pipeline.h"
+#include "core/library/vector_index.h"
 #include "core/library/work_loop.h"
 #include "core/model/bytes.h"
 #include "core/model/capture.h"
@@ -99,22 +101,19 @@ class Library {
   // Asks for the same without waiting for it; without a pipeline, nothing.
   void startWork();
 
-  // --- Search (library_search.cc). None of these throws. ---
+  // --- Search (LibrarySearch). None of these throws. ---
 
-  // The least similarity in the `meaning` space for a capture to be related.
-  static constexpr float relatedFloor = 0.76f;
+  static constexpr float relatedFloor = LibrarySearch::relatedFloor;
 
-  // The captures that answer `query`, best first, each with why it came up,
-  // and the collections it covered: full text and both vector spaces merged
-  // by rank, then the rest of each collection the first 60 results nearly
-  // cover. A judge that can't answer (Ollama down, a failed read) is left
-  // out; a blank query gives nothing and asks nobody.
-  SearchFindings findings(std::string_view query);
+  // LibrarySearch::findings: full text and both vector spaces merged by
+  // rank, with why each came up and the collections the query covered.
+  SearchFindings findings(std::string_view query) const { return m_search.findings(query); }
   // The captures of findings(query), in order.
-  std::vector<Capture> search(std::string_view query);
-  // At most `limit` captures whose meaning is at least relatedFloor alike to
-  // the capture `id`'s, the most alike first, never the capture itself.
-  std::vector<Capture> related(const std::string& id, std::size_t limit);
+  std::vector<Capture> search(std::string_view query) const;
+  // LibrarySearch::related: the captures whose meaning is most alike.
+  std::vector<Capture> related(const std::string& id, std::size_t limit) const {
+    return m_search.related(id, limit);
+  }
 
   // The user's edits. None moves a stage or starts the pipeline; a store
   // failure is dropped, and each ends in one onChange, failed or not.
@@ -130,41 +129,27 @@ class Library {
   void deleteCapture(const std::string& id);
 
  private:
-  // The pipeline (library_pipeline.cc): carries one capture as far as it
-  // can go now; never throws.
-  void advance(const Capture& capture);
-  void read(Capture& current);
-  void describe(Capture& current);
-  void embed(Capture& current);
-  Bytes pictureOf(const Capture& capture);
-  Bytes scaledPictureOf(const Capture& capture);
-
-  // Filing (library_organize.cc): joins, forms or leaves unsorted, then
-  // names the collection if that is due. Throws the store's and the model's
-  // failures.
-  void organize(const std::string& id);
-  void nameIfDue(const std::string& id);
-
   void changed();
   void edit(std::initializer_list<std::function<void()>> steps);
 
   std::unique_ptr<LibraryStore> m_store;
   const OllamaClient m_client;
   const std::string m_embeddingModel;
-  const Organizer m_organizer;
 
   mutable std::mutex m_mutex;
   std::string m_visionModel;  // guarded by m_mutex
   OnChange m_onChange;        // guarded by m_mutex
 
-  SearchIndex m_searchIndex;
-  // The captures a filing decision looks at: the newest 100,000.
-  static constexpr std::int64_t kFilingWindow = 100'000;
-  FilingCache m_filings;  // the pipeline's thread alone
+  // The captures filing and search look at: the newest 100,000.
+  static constexpr std::int64_t kWindow = 100'000;
+  VectorIndex m_index;
+  LibrarySearch m_search;
+  Filing m_filing;
 
   const std::unique_ptr<const MediaWork> m_media;
-  // None without m_media. Last: its thread starts once everything it uses is
-  // there.
+  // None without m_media. The loop last: its thread starts once everything
+  // it uses is there.
+  const std::unique_ptr<Pipeline> m_pipeline;
   const std::unique_ptr<WorkLoop> m_loop;
 };
 

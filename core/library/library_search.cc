@@ -1,11 +1,7 @@
-// Search: the captures that answer a query, with why each came up and the
-// collections the query covered, and the captures that resemble one. Search
-// never fails: a judge that can't answer is left out, so with Ollama down the
-// words alone still answer.
+#include "core/library/library_search.h"
 
 #include <future>
 
-#include "core/library/library.h"
 #include "core/model/text.h"
 #include "core/search/search_merge.h"
 #include "core/understanding/embedding_text.h"
@@ -26,19 +22,25 @@ std::vector<std::string> idsOf(const std::vector<SearchMerge::Score>& scores) {
 
 }  // namespace
 
-SearchFindings Library::findings(std::string_view query) {
+LibrarySearch::LibrarySearch(LibraryStore& store, VectorIndex& index, const OllamaClient& client,
+                             std::string embeddingModel)
+    : m_store(store),
+      m_index(index),
+      m_client(client),
+      m_embeddingModel(std::move(embeddingModel)) {}
+
+SearchFindings LibrarySearch::findings(std::string_view query) const {
   const std::string trimmed = Text::trimmed(query);
   if (trimmed.empty()) return {};
 
   std::map<SearchReason, std::vector<std::string>> lists;
   std::vector<std::string>& words = lists[SearchReason::words];
   try {
-    for (auto& hit : m_store->textSearch(trimmed, kWordsTaken)) words.push_back(std::move(hit.id));
+    for (auto& hit : m_store.textSearch(trimmed, kWordsTaken)) words.push_back(std::move(hit.id));
   } catch (const Database::Failure&) {
     // Dropped on purpose: the other judges answer without the words.
   }
 
-  const auto index = m_searchIndex.current();
   std::optional<std::vector<float>> meaning;
   try {
     meaning =
@@ -48,25 +50,31 @@ SearchFindings Library::findings(std::string_view query) {
   } catch (const std::exception&) {
     // Dropped on purpose: without the daemon the words alone answer.
   }
-  if (meaning) {
-    // Each space is a scan of every stored vector, so the two run side by side.
-    auto standouts = [&](VectorSpace space) {
-      return idsOf(index->space(space).standouts(*meaning));
-    };
-    auto look = std::async(std::launch::async, standouts, VectorSpace::look);
-    lists[SearchReason::meaning] = standouts(VectorSpace::meaning);
-    lists[SearchReason::look] = look.get();
+  std::vector<std::string> merged;
+  std::vector<std::string> ids;
+  SearchFindings findings;
+  {
+    const VectorIndex::Reading index = m_index.current();
+    if (meaning) {
+      // Each space is a scan of every stored vector, so the two run side by
+      // side.
+      auto standouts = [&](VectorSpace space) {
+        return idsOf(index.space(space).standouts(*meaning));
+      };
+      auto look = std::async(std::launch::async, standouts, VectorSpace::look);
+      lists[SearchReason::meaning] = standouts(VectorSpace::meaning);
+      lists[SearchReason::look] = look.get();
+    }
+    std::vector<std::vector<std::string>> ranked;
+    for (const auto& [reason, list] : lists) ranked.push_back(list);
+    merged = SearchMerge::merge(ranked, kMerged);
+    ids = SearchMerge::completingCollections(merged, index.members());
+    findings.collectionIDs = SearchMerge::coveredCollections(merged, index.members());
   }
-
-  std::vector<std::vector<std::string>> ranked;
-  for (const auto& [reason, ids] : lists) ranked.push_back(ids);
-  const std::vector<std::string> merged = SearchMerge::merge(ranked, kMerged);
-  const std::vector<std::string> ids = SearchMerge::completingCollections(merged, index->members);
   const auto why = SearchMerge::reasons(lists, ids);
 
-  SearchFindings findings;
   try {
-    for (auto& capture : m_store->captures(ids)) {
+    for (auto& capture : m_store.captures(ids)) {
       const auto reasons = why.find(capture.id);
       findings.hits.push_back(
           {std::move(capture), reasons == why.end() ? std::set<SearchReason>{} : reasons->second});
@@ -74,24 +82,21 @@ SearchFindings Library::findings(std::string_view query) {
   } catch (const Database::Failure&) {
     // Dropped on purpose: no captures to show, as for a search that found none.
   }
-  findings.collectionIDs = SearchMerge::coveredCollections(merged, index->members);
   return findings;
 }
 
-std::vector<Capture> Library::search(std::string_view query) {
-  std::vector<Capture> captures;
-  for (auto& hit : findings(query).hits) captures.push_back(std::move(hit.capture));
-  return captures;
-}
-
-std::vector<Capture> Library::related(const std::string& id, std::size_t limit) {
+std::vector<Capture> LibrarySearch::related(const std::string& id, std::size_t limit) const {
   try {
-    const auto own = m_store->vector(id, VectorSpace::meaning);
+    const auto own = m_store.vector(id, VectorSpace::meaning);
     if (!own) return {};
-    const auto index = m_searchIndex.current();
-    auto scores = index->meaning.atLeast(*own, relatedFloor, id);
-    if (scores.size() > limit) scores.resize(limit);
-    return m_store->captures(idsOf(scores));
+    std::vector<std::string> ids;
+    {
+      const VectorIndex::Reading index = m_index.current();
+      auto scores = index.space(VectorSpace::meaning).atLeast(*own, relatedFloor, id);
+      if (scores.size() > limit) scores.resize(limit);
+      ids = idsOf(scores);
+    }
+    return m_store.captures(ids);
   } catch (const Database::Failure&) {
     return {};  // dropped on purpose: nothing related to show
   }

@@ -2,9 +2,9 @@
 
 #include <unicode/locid.h>
 
+#include "core/media/reader.h"
 #include "core/media/thumbnailer.h"
 #include "core/media/transcriber.h"
-#include "core/media/reader.h"
 
 namespace brindlemoor {
 

@@ -6,8 +6,8 @@
 #include <future>
 #include <limits>
 
-#include "core/search/internal/code_dot.h"
 #include "core/model/vector_math.h"
+#include "core/search/internal/code_dot.h"
 
 namespace brindlemoor {
 namespace {
@@ -68,50 +68,87 @@ struct VectorBlock::CodedQuery {
   }
 };
 
-VectorBlock::VectorBlock(std::vector<std::string> ids, std::vector<float> floats,
-                         std::span<const std::size_t> lengths)
-    : m_ids(std::move(ids)), m_floats(std::move(floats)) {
-  m_entries.reserve(lengths.size());
-  std::size_t start = 0;
-  for (std::size_t i = 0; i < lengths.size(); ++i) {
-    m_entries.push_back({m_ids[i], std::span<const float>(m_floats.data() + start, lengths[i])});
-    start += lengths[i];
-  }
+void VectorBlock::reserve(std::size_t count, std::size_t floats) {
+  m_floats.reserve(m_floats.size() + floats);
+  m_entries.reserve(m_entries.size() + count);
+  m_positions.reserve(m_positions.size() + count);
+}
 
-  if (m_entries.size() < kCodedFrom || !finite(m_floats)) return;
+void VectorBlock::append(std::string id, std::span<const float> vector) {
+  const float* before = m_floats.data();
+  const std::size_t start = m_floats.size();
+  m_floats.insert(m_floats.end(), vector.begin(), vector.end());
+  if (m_floats.data() != before) {
+    // The floats moved: every view is made again where they lie now.
+    std::size_t at = 0;
+    for (Entry& entry : m_entries) {
+      entry.vector = std::span<const float>(m_floats.data() + at, entry.vector.size());
+      at += entry.vector.size();
+    }
+  }
+  const std::string& kept = m_ids.emplace_back(std::move(id));
+  m_entries.push_back({kept, std::span<const float>(m_floats.data() + start, vector.size())});
+  m_positions.emplace(kept, m_entries.size() - 1);
+
+  if (m_dimension > 0) {
+    code(m_entries.size() - 1);
+  } else if (m_entries.size() == kCodedFrom) {
+    codeAll();
+  }
+}
+
+std::optional<std::size_t> VectorBlock::find(std::string_view id) const {
+  const auto found = m_positions.find(id);
+  if (found == m_positions.end()) return std::nullopt;
+  return found->second;
+}
+
+void VectorBlock::dropCodes() {
+  m_dimension = 0;
+  m_high = {};
+  m_low = {};
+  m_scales = {};
+  m_maxLength = m_maxFullError = m_maxHighError = 0;
+}
+
+void VectorBlock::codeAll() {
   const std::size_t dimension = m_entries.front().vector.size();
-  if (dimension == 0 || std::ranges::any_of(m_entries, [&](const Entry& entry) {
-        return entry.vector.size() != dimension;
-      })) {
+  if (dimension == 0) return;
+  m_dimension = dimension;
+  m_high.reserve(m_entries.capacity() * dimension);
+  m_low.reserve(m_entries.capacity() * dimension);
+  m_scales.reserve(m_entries.capacity());
+  for (std::size_t v = 0; v < m_entries.size() && m_dimension > 0; ++v) code(v);
+}
+
+void VectorBlock::code(std::size_t v) {
+  const std::span<const float> vector = m_entries[v].vector;
+  if (vector.size() != m_dimension || !finite(vector)) {
+    dropCodes();
     return;
   }
-  m_high.resize(m_entries.size() * dimension);
-  m_low.resize(m_entries.size() * dimension);
-  m_scales.resize(m_entries.size());
-  for (std::size_t v = 0; v < m_entries.size(); ++v) {
-    const std::span<const float> vector = m_entries[v].vector;
-    const float scale = static_cast<float>(largestMagnitude(vector) / kLargestCode);
-    double length = 0, full = 0, high = 0;
-    for (std::size_t i = 0; i < dimension; ++i) {
-      const double x = vector[i];
-      const auto code = static_cast<int>(
-          std::clamp(scale > 0 ? std::round(x / scale) : 0.0, -kLargestCode, kLargestCode));
-      const int highByte = (code + 128) >> 8;  // rounded to the nearest 256
-      m_high[v * dimension + i] = static_cast<std::int8_t>(highByte);
-      m_low[v * dimension + i] = static_cast<std::int8_t>(code - 256 * highByte);
-      length += x * x;
-      full += (x - double{scale} * code) * (x - double{scale} * code);
-      high += (x - double{scale} * 256 * highByte) * (x - double{scale} * 256 * highByte);
-    }
-    m_scales[v] = scale;
-    m_maxLength = std::max(m_maxLength, std::sqrt(length));
-    m_maxFullError = std::max(m_maxFullError, std::sqrt(full));
-    m_maxHighError = std::max(m_maxHighError, std::sqrt(high));
+  const std::size_t dimension = m_dimension;
+  m_high.resize((v + 1) * dimension);
+  m_low.resize((v + 1) * dimension);
+  m_scales.resize(v + 1);
+  const float scale = static_cast<float>(largestMagnitude(vector) / kLargestCode);
+  double length = 0, full = 0, high = 0;
+  for (std::size_t i = 0; i < dimension; ++i) {
+    const double x = vector[i];
+    const auto code = static_cast<int>(
+        std::clamp(scale > 0 ? std::round(x / scale) : 0.0, -kLargestCode, kLargestCode));
+    const int highByte = (code + 128) >> 8;  // rounded to the nearest 256
+    m_high[v * dimension + i] = static_cast<std::int8_t>(highByte);
+    m_low[v * dimension + i] = static_cast<std::int8_t>(code - 256 * highByte);
+    length += x * x;
+    full += (x - double{scale} * code) * (x - double{scale} * code);
+    high += (x - double{scale} * 256 * highByte) * (x - double{scale} * 256 * highByte);
   }
-  m_maxLength = roundedUp(m_maxLength);
-  m_maxFullError = roundedUp(m_maxFullError);
-  m_maxHighError = roundedUp(m_maxHighError);
-  m_dimension = dimension;
+  m_scales[v] = scale;
+  // Bounds only ever widen, so they hold for every vector coded before.
+  m_maxLength = std::max(m_maxLength, roundedUp(std::sqrt(length)));
+  m_maxFullError = std::max(m_maxFullError, roundedUp(std::sqrt(full)));
+  m_maxHighError = std::max(m_maxHighError, roundedUp(std::sqrt(high)));
 }
 
 bool VectorBlock::coded(std::span<const float> query) const {

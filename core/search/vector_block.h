@@ -16,10 +16,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "core/search/search_merge.h"
@@ -34,12 +36,18 @@ class VectorBlock {
   };
 
   VectorBlock() = default;
-  // The vector of `ids[i]` is the next `lengths[i]` floats of `floats`.
-  VectorBlock(std::vector<std::string> ids, std::vector<float> floats,
-              std::span<const std::size_t> lengths);
-  // A move keeps the blocks where they are, and so the views valid.
+  // Views into the block stay valid when it moves, and so the entries.
   VectorBlock(VectorBlock&&) = default;
   VectorBlock& operator=(VectorBlock&&) = default;
+
+  // Makes room for `count` more vectors of `floats` floats in all, so that a
+  // block read whole is never copied while it grows.
+  void reserve(std::size_t count, std::size_t floats);
+  // Adds the vector of `id` at the end. Earlier entries keep their places,
+  // though their views may move: take entries() anew after an append.
+  void append(std::string id, std::span<const float> vector);
+  // The place of `id` in entries(), if it is there.
+  std::optional<std::size_t> find(std::string_view id) const;
 
   const std::vector<Entry>& entries() const { return m_entries; }
 
@@ -60,6 +68,11 @@ class VectorBlock {
   };
 
   bool coded(std::span<const float> query) const;
+  // Codes the vector at `index`, widening the block's bounds to cover it;
+  // a vector that can't be coded leaves the whole block uncoded.
+  void code(std::size_t index);
+  void codeAll();
+  void dropCodes();
   // Scores of the codes, each within errorBound(query, m_maxFullError) (both
   // planes) or errorBound(query, m_maxHighError) (the high plane) of its exact
   // score.
@@ -76,9 +89,12 @@ class VectorBlock {
   std::vector<SearchMerge::Score> plainStandouts(std::span<const float> query) const;
   std::vector<SearchMerge::Score> scoresOf(std::vector<Candidate> candidates) const;
 
-  std::vector<std::string> m_ids;
+  // A deque, so that an append never moves the ids the entries and
+  // m_positions view.
+  std::deque<std::string> m_ids;
   std::vector<float> m_floats;
   std::vector<Entry> m_entries;  // views into m_ids and m_floats
+  std::unordered_map<std::string_view, std::size_t> m_positions;
 
   // The codes, present when every vector has m_dimension finite floats.
   std::size_t m_dimension = 0;

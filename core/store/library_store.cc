@@ -359,6 +359,18 @@ std::optional<std::vector<float>> LibraryStore::vector(std::string_view id, Vect
   return internal::floatsFromBlob(*blob);
 }
 
+namespace {
+
+std::optional<LibraryStore::IdVector> idVectorFromRow(const Database::Row& row) {
+  const std::string* id = row["capture_id"].textValue();
+  const Bytes* blob = row["vector"].blobValue();
+  if (!id || !blob) return std::nullopt;
+  return LibraryStore::IdVector{*id, internal::floatsFromBlob(*blob),
+                                row["rowid"].intValue().value_or(0)};
+}
+
+}  // namespace
+
 std::vector<LibraryStore::IdVector> LibraryStore::vectors(std::string_view model,
                                                           VectorSpace space) {
   std::vector<IdVector> result;
@@ -379,12 +391,11 @@ std::pair<std::int64_t, std::int64_t> LibraryStore::vectorSize(std::string_view 
 void LibraryStore::forEachVector(std::string_view model, VectorSpace space,
                                  const std::function<void(IdVector&&)>& visit) {
   const Value args[] = {model, space.raw()};
-  m_db.forEachRow("SELECT capture_id, vector FROM vectors WHERE model = ? AND space = ?", args,
-                  [&](Database::Row&& row) {
-                    const std::string* id = row["capture_id"].textValue();
-                    const Bytes* blob = row["vector"].blobValue();
-                    if (id && blob) visit({*id, internal::floatsFromBlob(*blob)});
-                  });
+  m_db.forEachRow(
+      "SELECT rowid, capture_id, vector FROM vectors WHERE model = ? AND space = ? ORDER BY rowid",
+      args, [&](Database::Row&& row) {
+        if (auto entry = idVectorFromRow(row)) visit(std::move(*entry));
+      });
 }
 
 std::vector<LibraryStore::Filing> LibraryStore::filings(std::int64_t limit) {
@@ -414,13 +425,12 @@ std::vector<LibraryStore::IdVector> LibraryStore::vectors(std::string_view model
   if (ids.empty()) return {};
   std::vector<Value> args{model, space.raw()};
   const std::string sql =
-      "SELECT capture_id, vector FROM vectors WHERE model = ? AND space = ? AND capture_id IN " +
-      inList(ids, args);
+      "SELECT rowid, capture_id, vector FROM vectors WHERE model = ? AND space = ? AND "
+      "capture_id IN " +
+      inList(ids, args) + " ORDER BY rowid";
   std::vector<IdVector> result;
   for (const auto& row : m_db.query(sql, args)) {
-    const std::string* id = row["capture_id"].textValue();
-    const Bytes* blob = row["vector"].blobValue();
-    if (id && blob) result.push_back({*id, internal::floatsFromBlob(*blob)});
+    if (auto entry = idVectorFromRow(row)) result.push_back(std::move(*entry));
   }
   return result;
 }
@@ -571,6 +581,19 @@ void LibraryStore::renameCollection(std::string_view id, std::string_view name,
       "UPDATE collections SET name = ?, emoji = ?, named_at_count = ?, updated_at = ?, "
       "user_named = CASE WHEN ? THEN 1 ELSE user_named END WHERE id = ?",
       {name, emoji, namedAtCount, secondsSince1970(now()), byUser ? 1 : 0, id});
+}
+
+void LibraryStore::file(std::string_view id, const std::optional<std::string>& collectionID,
+                        const std::optional<CaptureCollection>& formed,
+                        const std::vector<std::string>& gathered) {
+  m_db.transaction([&] {
+    if (formed) {
+      insertCollection(*formed);
+      for (const auto& member : gathered) moveCapture(member, formed->id);
+    }
+    setCollection(id, collectionID);
+    if (collectionID) touchCollection(*collectionID);
+  });
 }
 
 void LibraryStore::touchCollection(std::string_view id) {

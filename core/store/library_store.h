@@ -42,10 +42,13 @@ class LibraryStore {
     using brindlemoor::Failure::Failure;
   };
 
-  // A vector of one capture, as read for comparison in memory.
+  // A vector of one capture, as read for comparison in memory. `rowid` is
+  // its place in the store's order, which a vector written again moves to
+  // the end.
   struct IdVector {
     std::string id;
     std::vector<float> vector;
+    std::int64_t rowid = 0;
   };
   // A full-text match; lower ranks are better matches.
   struct TextHit {
@@ -112,7 +115,8 @@ class LibraryStore {
   std::vector<CaptureCollection> collections();
   // The stored vector, whichever model made it.
   std::optional<std::vector<float>> vector(std::string_view id, VectorSpace space);
-  // Every vector of one space made by `model`, in one statement.
+  // Every vector of one space made by `model`, in one statement, in the
+  // store's order.
   std::vector<IdVector> vectors(std::string_view model, VectorSpace space);
   // How many vectors of one space `model` made, and how many floats they
   // hold in all: what to make room for before reading them.
@@ -141,7 +145,8 @@ class LibraryStore {
   std::vector<Filing> filings(std::int64_t limit);
   // Those of `ids` that exist, in no particular order.
   std::vector<Filing> filings(const std::vector<std::string>& ids);
-  // The vectors of one space made by `model` of those of `ids` that have one.
+  // The vectors of one space made by `model` of those of `ids` that have one,
+  // in the store's order.
   std::vector<IdVector> vectors(std::string_view model, VectorSpace space,
                                 const std::vector<std::string>& ids);
   // What this connection has written since the last call: the captures whose
@@ -149,7 +154,7 @@ class LibraryStore {
   // a failure touched), once each. The data version is changeStamp()'s: when
   // it has moved, another connection has committed, and anything may have
   // changed. What is taken is gone, so a store has one taker: the filing of
-  // its Library.
+  // its Library's VectorIndex.
   struct Changes {
     std::int64_t dataVersion = 0;
     std::vector<std::string> captures;
@@ -197,6 +202,14 @@ class LibraryStore {
   void renameCollection(std::string_view id, std::string_view name, std::string_view emoji,
                         std::int64_t namedAtCount, bool byUser);
   void touchCollection(std::string_view id);
+  // Files the capture `id` as a filing decision has it, in one transaction:
+  // a collection `formed` now is stored and gathers the captures
+  // `gathered`, then the capture is filed in `collectionID` (none leaves it
+  // unsorted; either way it is organized) and that collection brought to the
+  // top. A failure leaves everything as it was.
+  void file(std::string_view id, const std::optional<std::string>& collectionID,
+            const std::optional<CaptureCollection>& formed,
+            const std::vector<std::string>& gathered);
   void dropEmptyCollections();
 
   // A tag as stored: trimmed of white space and "#" at both ends, lower case.

@@ -16,15 +16,10 @@ namespace {
 using Vectors = std::vector<std::vector<float>>;
 
 VectorBlock blockOf(const Vectors& vectors) {
-  std::vector<std::string> ids;
-  std::vector<float> floats;
-  std::vector<std::size_t> lengths;
-  for (const auto& vector : vectors) {
-    ids.push_back("v" + std::to_string(ids.size()));
-    floats.insert(floats.end(), vector.begin(), vector.end());
-    lengths.push_back(vector.size());
-  }
-  return VectorBlock(std::move(ids), std::move(floats), lengths);
+  VectorBlock block;
+  for (const auto& vector : vectors)
+    block.append("v" + std::to_string(block.entries().size()), vector);
+  return block;
 }
 
 std::vector<SearchMerge::Score> plainAtLeast(const VectorBlock& block, std::span<const float> query,

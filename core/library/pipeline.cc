@@ -1,9 +1,6 @@
-// The pipeline's stages: what advance() does to one capture. Each stage calls
-// a neighbour, records what it got and moves the stage on in the same write,
-// so the row alone says how far a capture has come.
+#include "core/library/pipeline.h"
 
 #include "core/library/files.h"
-#include "core/library/library.h"
 #include "core/library/retry_plan.h"
 #include "core/understanding/describer.h"
 #include "core/understanding/embedding_text.h"
@@ -18,7 +15,17 @@ constexpr double kEmbedTimeout = 60;
 
 }  // namespace
 
-void Library::advance(const Capture& capture) {
+Pipeline::Pipeline(LibraryStore& store, const OllamaClient& client, std::string embeddingModel,
+                   const MediaWork& media, Filing& filing, VisionModel visionModel, Changed changed)
+    : m_store(store),
+      m_client(client),
+      m_embeddingModel(std::move(embeddingModel)),
+      m_media(media),
+      m_filing(filing),
+      m_visionModel(std::move(visionModel)),
+      m_changed(std::move(changed)) {}
+
+void Pipeline::advance(const Capture& capture) {
   Capture current = capture;
   RetryPlan plan;
   try {
@@ -26,8 +33,8 @@ void Library::advance(const Capture& capture) {
     if (current.stage == CaptureStage::read) describe(current);
     if (current.stage == CaptureStage::described) embed(current);
     if (current.stage == CaptureStage::embedded) {
-      organize(current.id);
-      changed();
+      m_filing.organize(current.id);
+      m_changed();
     }
     return;
   } catch (const std::exception& error) {
@@ -37,68 +44,67 @@ void Library::advance(const Capture& capture) {
   }
   // The stage stays: the next attempt starts at the step that failed.
   try {
-    m_store->recordFailure(current.id, plan.message, plan.delay, now());
+    m_store.recordFailure(current.id, plan.message, plan.delay, now());
   } catch (const Database::Failure&) {
     // Dropped on purpose: without a retry time the capture is simply taken
     // up again by the next work().
   }
-  changed();
+  m_changed();
 }
 
 // A video is read and described by its contact sheet, or by its display
 // image when the sheet is gone; anything else by its image.
-Bytes Library::pictureOf(const Capture& capture) {
+Bytes Pipeline::pictureOf(const Capture& capture) {
   if (capture.media == CaptureMedia::video) {
     try {
-      return Files::read(m_store->sheetURL(capture.id));
+      return Files::read(m_store.sheetURL(capture.id));
     } catch (const Files::Failure&) {
       // The display image stands in for a missing sheet.
     }
   }
-  return Files::read(m_store->imageURL(capture));
+  return Files::read(m_store.imageURL(capture));
 }
 
-Bytes Library::scaledPictureOf(const Capture& capture) {
+Bytes Pipeline::scaledPictureOf(const Capture& capture) {
   Bytes picture = pictureOf(capture);
-  if (auto scaled = m_media->scaled(picture, kModelPixels, kModelQuality)) return *scaled;
+  if (auto scaled = m_media.scaled(picture, kModelPixels, kModelQuality)) return *scaled;
   return picture;
 }
 
-void Library::read(Capture& current) {
-  const std::string text = m_media->text(pictureOf(current));
+void Pipeline::read(Capture& current) {
+  const std::string text = m_media.text(pictureOf(current));
   std::optional<std::string> transcript;
   if (current.media == CaptureMedia::video) {
-    if (auto original = m_store->originalURL(current)) {
-      transcript = m_media->speech(*original);
+    if (auto original = m_store.originalURL(current)) {
+      transcript = m_media.speech(*original);
     }
   }
-  m_store->setRead(current.id, text, transcript);
+  m_store.setRead(current.id, text, transcript);
   current.ocrText = text;
   current.transcript = transcript;
   current.stage = CaptureStage::read;
 }
 
-void Library::describe(Capture& current) {
-  const Describer describer(m_client, visionModel());
+void Pipeline::describe(Capture& current) {
+  const Describer describer(m_client, m_visionModel());
   const Bytes picture = scaledPictureOf(current);
   const CaptureDescription description =
       describer.describe(picture, Describer::Context(current), current.ocrText.value_or(""));
-  m_store->setDescribed(current.id, description);
+  m_store.setDescribed(current.id, description);
   // Edits may have landed meanwhile; a capture deleted during the call is
   // gone, and its pass ends here with the stage it had.
-  if (auto stored = m_store->capture(current.id)) current = std::move(*stored);
-  changed();
+  if (auto stored = m_store.capture(current.id)) current = std::move(*stored);
+  m_changed();
 }
 
-void Library::embed(Capture& current) {
+void Pipeline::embed(Capture& current) {
   const std::string document = EmbeddingText::document(current);
   const Bytes picture = scaledPictureOf(current);
   const std::string meaning = EmbeddingText::meaning(current);
   const auto vectors = m_client.embed(
       m_embeddingModel, {{document, picture}, {meaning, std::nullopt}}, kEmbedTimeout);
-  m_store->setEmbedding(
-      current.id, m_embeddingModel,
-      {{VectorSpace::look, vectors.at(0)}, {VectorSpace::meaning, vectors.at(1)}});
+  m_store.setEmbedding(current.id, m_embeddingModel,
+                       {{VectorSpace::look, vectors.at(0)}, {VectorSpace::meaning, vectors.at(1)}});
   current.stage = CaptureStage::embedded;
 }
 

@@ -1,10 +1,11 @@
-// The cache must hold what reading the store afresh gives after any write:
-// its own connection's, which it reads again capture by capture, and
-// another's, after which it reads everything.
-#include "core/library/filing_cache.h"
+// The index must hold what reading the store afresh gives after any write:
+// its own connection's, which it takes in capture by capture, and another's,
+// after which it reads everything.
+#include "core/library/vector_index.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 
 #include "tests/testing/sample_captures.h"
@@ -18,13 +19,13 @@ using testing::sampleID;
 
 const std::string kModel = "e";
 
-class FilingCacheTest : public ::testing::Test {
+class VectorIndexTest : public ::testing::Test {
  protected:
   static constexpr std::int64_t kWindow = 6;
 
   testing::TempDir dir;
   LibraryStore store{dir.path()};
-  FilingCache cache{store, kModel, kWindow};
+  VectorIndex index{store, kModel, kWindow};
 
   void embed(int n, float x) {
     store.setEmbedding(sampleID(n), kModel,
@@ -32,22 +33,31 @@ class FilingCacheTest : public ::testing::Test {
   }
 
   void expectCurrent() {
-    cache.refresh();
-    EXPECT_EQ(cache.filings(), store.filings(kWindow));
-    std::map<std::string, std::vector<float>> vectors;
-    for (auto& [id, vector] : store.vectors(kModel, VectorSpace::meaning)) vectors[id] = vector;
-    for (std::size_t i = 0; i < cache.filings().size(); ++i) {
-      const auto stored = vectors.find(cache.filings()[i].id);
-      const std::vector<float>* cached = cache.vectorOf(i);
-      ASSERT_EQ(cached != nullptr, stored != vectors.end()) << i;
-      if (cached) {
-        EXPECT_EQ(*cached, stored->second) << i;
+    const VectorIndex::Reading reading = index.current();
+    ASSERT_FALSE(reading.failure().has_value());
+    for (VectorSpace space : {VectorSpace::look, VectorSpace::meaning}) {
+      const auto stored = store.vectors(kModel, space);
+      const auto& entries = reading.space(space).entries();
+      ASSERT_EQ(entries.size(), stored.size()) << space.raw();
+      for (std::size_t i = 0; i < stored.size(); ++i) {
+        EXPECT_EQ(entries[i].id, stored[i].id) << "in the store's order, " << i;
+        EXPECT_TRUE(std::ranges::equal(entries[i].vector, stored[i].vector)) << i;
       }
+    }
+    ASSERT_EQ(reading.filings(), store.filings(kWindow));
+    std::map<std::string, std::vector<float>> meaning;
+    for (auto& entry : store.vectors(kModel, VectorSpace::meaning))
+      meaning[entry.id] = entry.vector;
+    for (std::size_t i = 0; i < reading.filings().size(); ++i) {
+      const auto stored = meaning.find(reading.filings()[i].id);
+      const auto held = reading.meaningOf(i);
+      ASSERT_EQ(held.has_value(), stored != meaning.end()) << i;
+      if (held) EXPECT_TRUE(std::ranges::equal(*held, stored->second)) << i;
     }
   }
 };
 
-TEST_F(FilingCacheTest, FollowsItsOwnConnectionsWritesThroughTheWindow) {
+TEST_F(VectorIndexTest, FollowsItsOwnConnectionsWritesThroughTheWindow) {
   for (int n = 0; n < 4; ++n) store.insert(sampleCapture(n, 100 + n));
   expectCurrent();
 
@@ -76,7 +86,7 @@ TEST_F(FilingCacheTest, FollowsItsOwnConnectionsWritesThroughTheWindow) {
   expectCurrent();  // nothing written since
 }
 
-TEST_F(FilingCacheTest, ReadsEverythingAfterAnotherConnectionsCommit) {
+TEST_F(VectorIndexTest, ReadsEverythingAfterAnotherConnectionsCommit) {
   for (int n = 0; n < 3; ++n) store.insert(sampleCapture(n, 100 + n));
   embed(0, 0.5f);
   expectCurrent();

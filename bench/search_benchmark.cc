@@ -12,8 +12,8 @@
 
 #include "bench/one_at_a_time.h"
 #include "core/library/library.h"
-#include "core/understanding/models.h"
 #include "core/model/vector_math.h"
+#include "core/understanding/models.h"
 #include "tests/testing/child_process.h"
 #include "tests/testing/imitation_ollama.h"
 #include "tests/testing/sample_captures.h"
@@ -28,10 +28,24 @@ const std::string kModel(Models::embedding);
 const char* const kWords[] = {"lemon",  "tart",   "invoice", "tram",   "lisbon", "kettle",
                               "report", "garden", "recipe",  "budget", "quince", "harbour"};
 
+// This process's resident memory now, in megabytes: its own ("RssAnon:"),
+// or the pages of files it has mapped ("RssFile:"), which the system takes
+// back when memory is short.
+double residentMB(const std::string& field) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with(field)) return std::stod(line.substr(field.size())) / 1024;
+  }
+  return 0;
+}
+
 struct Generated {
   testing::TempDir dir;
   testing::ImitationOllama daemon;
   std::unique_ptr<Library> library;
+  // What the library holds once it has searched.
+  double indexMB = 0;
+  double indexFileMB = 0;
 
   // Where brindlemoor-mcp finds it with XDG_DATA_HOME set to dir.
   std::filesystem::path root() const { return dir.path() / "Brindlemoor"; }
@@ -63,10 +77,14 @@ struct Generated {
                                     : std::nullopt);
       }
     }
+    const double before = residentMB("RssAnon:");
+    const double fileBefore = residentMB("RssFile:");
     library =
         std::make_unique<Library>(std::make_unique<LibraryStore>(root()),
                                   OllamaClient(daemon.host()), "v", kModel, Organizer(), nullptr);
     library->findings("warm");  // the first search reads the vectors in
+    indexMB = residentMB("RssAnon:") - before;
+    indexFileMB = residentMB("RssFile:") - fileBefore;
   }
 };
 
@@ -82,6 +100,8 @@ void BM_Findings(benchmark::State& state) {
   std::size_t hits = 0;
   for (auto _ : state) hits = generated.library->findings("lemon tart").hits.size();
   state.counters["hits"] = static_cast<double>(hits);
+  state.counters["index_rss_MB"] = generated.indexMB;
+  state.counters["index_file_MB"] = generated.indexFileMB;
 }
 BENCHMARK(BM_Findings)->Arg(10'000)->Arg(100'000)->Apply([](benchmark::internal::Benchmark* b) {
   bench::oneAtATime(b, 50);

@@ -7,8 +7,12 @@
 // Thread rules: one thread at a time (the pipeline's).
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
+#include <unordered_map>
+#include <vector>
 
 #include "core/library/vector_index.h"
 #include "core/organizing/organizer.h"
@@ -27,12 +31,28 @@ class Filing {
          VisionModel visionModel);
 
   // Joins, forms or leaves unsorted the capture `id`, which is then
-  // organized; then names the collection if that is due. A capture without a
-  // `meaning` vector stays as it is. Throws the store's and the model's
-  // failures; a failure in naming leaves the capture filed.
-  void organize(const std::string& id);
+  // organized; then names the collection if that is due. Gives the decision
+  // carried out, or nothing for a capture without a `meaning` vector, which
+  // stays as it is. Throws the store's and the model's failures, and
+  // VectorIndex::Failure; a failure in naming leaves the capture filed.
+  std::optional<Organizer::Decision> organize(const std::string& id);
 
  private:
+  // A collection's centroid as it was last worked out, and from which
+  // vectors: the places of its members in the `meaning` block of one
+  // generation of the index.
+  struct KnownCentroid {
+    std::uint64_t generation = 0;
+    std::vector<std::size_t> places;
+    std::vector<float> centroid;
+  };
+
+  // Gives each of `groups` its centroid: the known one where its members
+  // are the same vectors as then, else worked out afresh, so a decision sums
+  // only the members of collections that changed. `places` lie beside
+  // `groups` and may be taken.
+  void centroidsOf(std::vector<Organizer::Group>& groups,
+                   std::vector<std::vector<std::size_t>>& places, std::uint64_t generation);
   void nameIfDue(const std::string& collectionID);
 
   LibraryStore& m_store;
@@ -40,6 +60,7 @@ class Filing {
   const OllamaClient& m_client;
   const Organizer m_organizer;
   const VisionModel m_visionModel;
+  std::unordered_map<std::string, KnownCentroid> m_centroids;
 };
 
 }  // namespace brindlemoor

@@ -38,8 +38,9 @@ void VectorIndex::refresh() {
     }
     m_dataVersion = changes.dataVersion;
     m_failure.reset();
-  } catch (const Database::Failure& failure) {
-    m_failure = failure;
+  } catch (const brindlemoor::Failure& failure) {
+    // The store's failure, or a disk too full for the vectors' file.
+    m_failure = Failure(failure.what());
   }
 }
 
@@ -49,8 +50,8 @@ void VectorIndex::readEverything() {
     m_members.reset();
   }
   // Emptied first, so that a failure leaves nothing stale behind.
-  m_look = {};
-  m_meaning = {};
+  m_look = emptySpace();
+  m_meaning = emptySpace();
   m_filings.clear();
   m_filingPlaces.clear();
   readSpace(m_look, VectorSpace::look);
@@ -59,7 +60,8 @@ void VectorIndex::readEverything() {
 }
 
 void VectorIndex::readSpace(Space& space, VectorSpace which) {
-  space = {};
+  space = emptySpace();
+  if (which == VectorSpace::meaning) ++m_meaningGeneration;
   const auto [count, floats] = m_store.vectorSize(m_model, which);
   space.block.reserve(static_cast<std::size_t>(count), static_cast<std::size_t>(floats));
   space.rowids.reserve(static_cast<std::size_t>(count));
@@ -148,12 +150,6 @@ void VectorIndex::readFilingsAgain(const std::vector<std::string>& ids) {
     // One left the window: the next in line is outside what is kept here.
     readFilings();
   }
-}
-
-std::optional<std::span<const float>> VectorIndex::Reading::meaningOf(std::size_t i) const {
-  const auto place = m_index.m_filingPlaces[i];
-  if (!place) return std::nullopt;
-  return m_index.m_meaning.block.entries()[*place].vector;
 }
 
 const SearchMerge::Members& VectorIndex::Reading::members() const {

@@ -29,6 +29,12 @@ namespace brindlemoor {
 
 class VectorIndex {
  public:
+  // A part of the index could not be read; the words are the store's.
+  class Failure : public brindlemoor::Failure {
+   public:
+    using brindlemoor::Failure::Failure;
+  };
+
   // `store` must outlive the index; `window` is how many of the newest
   // captures the filings and the collections' members look at.
   VectorIndex(LibraryStore& store, std::string model, std::int64_t window);
@@ -45,6 +51,8 @@ class VectorIndex {
     VectorBlock block;
     std::vector<std::int64_t> rowids;  // beside the block's entries
   };
+  // An empty space whose floats lie in a file in the library's folder.
+  Space emptySpace() const { return {VectorBlock(m_store.root()), {}}; }
 
   void refresh();
   void readEverything();
@@ -64,9 +72,12 @@ class VectorIndex {
   // Held shared by each Reading, alone while the index is brought up to date.
   std::shared_mutex m_mutex;
   std::optional<std::int64_t> m_dataVersion;  // none until all has been read
-  std::optional<Database::Failure> m_failure;
-  Space m_look;
-  Space m_meaning;
+  std::optional<Failure> m_failure;
+  // Moves on whenever `meaning` is read whole, so that places in it taken
+  // before can be told from places taken after.
+  std::uint64_t m_meaningGeneration = 0;
+  Space m_look = emptySpace();
+  Space m_meaning = emptySpace();
   std::vector<LibraryStore::Filing> m_filings;
   // Beside m_filings: the place of each one's vector in m_meaning, if any.
   std::vector<std::optional<std::size_t>> m_filingPlaces;
@@ -84,12 +95,15 @@ class VectorIndex::Reading {
   }
   // The newest `window` captures as LibraryStore::filings(window) gives them.
   const std::vector<LibraryStore::Filing>& filings() const { return m_index.m_filings; }
-  // The `meaning` vector of filings()[i], if it has one.
-  std::optional<std::span<const float>> meaningOf(std::size_t i) const;
+  // The place in space(meaning) of the vector of filings()[i], if it has one.
+  std::optional<std::size_t> meaningPlace(std::size_t i) const { return m_index.m_filingPlaces[i]; }
   // The captures of each collection among filings(), newest first.
   const SearchMerge::Members& members() const;
   // Why a part could not be read, if one couldn't.
-  const std::optional<Database::Failure>& failure() const { return m_index.m_failure; }
+  const std::optional<Failure>& failure() const { return m_index.m_failure; }
+  // Equal generations mean that the `meaning` entries of one are those of
+  // the other, with at most more added at the end.
+  std::uint64_t meaningGeneration() const { return m_index.m_meaningGeneration; }
 
  private:
   friend class VectorIndex;

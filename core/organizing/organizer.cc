@@ -33,7 +33,11 @@ std::vector<std::optional<float>> centroidScores(std::span<const float> vector,
   std::vector<std::optional<float>> scores(groups.size());
   const auto score = [&](std::size_t begin, std::size_t end) {
     for (std::size_t i = begin; i < end; ++i) {
-      if (const auto centroid = VectorMath::centroid(groups[i].members)) {
+      const Organizer::Group& group = groups[i];
+      if (group.members.empty()) continue;
+      if (group.centroid) {
+        scores[i] = VectorMath::dot(vector, *group.centroid);
+      } else if (const auto centroid = VectorMath::centroid(group.members)) {
         scores[i] = VectorMath::dot(vector, *centroid);
       }
     }

@@ -9,6 +9,7 @@
 // thread. None of them can fail.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <variant>
@@ -25,6 +26,9 @@ struct Organizer {
   struct Group {
     std::string id;
     std::vector<std::span<const float>> members;
+    // VectorMath::centroid(members), when the caller has it already: a
+    // decision then reads a member only of a group whose centroid passes.
+    std::optional<std::vector<float>> centroid;
   };
 
   // A capture that has no collection yet and may form one.

@@ -68,6 +68,8 @@ struct VectorBlock::CodedQuery {
   }
 };
 
+VectorBlock::VectorBlock(std::filesystem::path directory) : m_floats(std::move(directory)) {}
+
 void VectorBlock::reserve(std::size_t count, std::size_t floats) {
   m_floats.reserve(m_floats.size() + floats);
   m_entries.reserve(m_entries.size() + count);
@@ -77,7 +79,7 @@ void VectorBlock::reserve(std::size_t count, std::size_t floats) {
 void VectorBlock::append(std::string id, std::span<const float> vector) {
   const float* before = m_floats.data();
   const std::size_t start = m_floats.size();
-  m_floats.insert(m_floats.end(), vector.begin(), vector.end());
+  m_floats.append(vector);
   if (m_floats.data() != before) {
     // The floats moved: every view is made again where they lie now.
     std::size_t at = 0;
@@ -90,8 +92,10 @@ void VectorBlock::append(std::string id, std::span<const float> vector) {
   m_entries.push_back({kept, std::span<const float>(m_floats.data() + start, vector.size())});
   m_positions.emplace(kept, m_entries.size() - 1);
 
+  // Coded from the caller's floats, so that the file's pages are not read
+  // back into memory.
   if (m_dimension > 0) {
-    code(m_entries.size() - 1);
+    code(m_entries.size() - 1, vector);
   } else if (m_entries.size() == kCodedFrom) {
     codeAll();
   }
@@ -118,11 +122,12 @@ void VectorBlock::codeAll() {
   m_high.reserve(m_entries.capacity() * dimension);
   m_low.reserve(m_entries.capacity() * dimension);
   m_scales.reserve(m_entries.capacity());
-  for (std::size_t v = 0; v < m_entries.size() && m_dimension > 0; ++v) code(v);
+  for (std::size_t v = 0; v < m_entries.size() && m_dimension > 0; ++v) {
+    code(v, m_entries[v].vector);
+  }
 }
 
-void VectorBlock::code(std::size_t v) {
-  const std::span<const float> vector = m_entries[v].vector;
+void VectorBlock::code(std::size_t v, std::span<const float> vector) {
   if (vector.size() != m_dimension || !finite(vector)) {
     dropCodes();
     return;
@@ -257,31 +262,31 @@ std::vector<std::size_t> VectorBlock::highCandidates(const CodedQuery& query, do
   return candidates;
 }
 
+std::vector<std::size_t> VectorBlock::reaching(std::span<const float> query, float floor) const {
+  const std::size_t n = m_entries.size();
+  if (!coded(query)) {
+    std::vector<std::size_t> all(n);
+    for (std::size_t i = 0; i < n; ++i) all[i] = i;
+    return all;
+  }
+  const CodedQuery codedQuery(query);
+  if (n < kTwoThreadsFrom) return highCandidates(codedQuery, floor, 0, n);
+  auto first =
+      std::async(std::launch::async, [&] { return highCandidates(codedQuery, floor, 0, n / 2); });
+  const std::vector<std::size_t> second = highCandidates(codedQuery, floor, n / 2, n);
+  std::vector<std::size_t> candidates = first.get();
+  candidates.insert(candidates.end(), second.begin(), second.end());
+  return candidates;
+}
+
 std::vector<SearchMerge::Score> VectorBlock::atLeast(
     std::span<const float> query, float floor, std::optional<std::string_view> excluding) const {
   std::vector<Candidate> kept;
-  const auto keep = [&](std::size_t i) {
-    if (excluding && m_entries[i].id == *excluding) return;
+  for (std::size_t i : reaching(query, floor)) {
+    if (excluding && m_entries[i].id == *excluding) continue;
     const float score = exact(query, i);
     if (!(score < floor)) kept.push_back({i, score});
-  };
-  if (!coded(query)) {
-    for (std::size_t i = 0; i < m_entries.size(); ++i) keep(i);
-    return scoresOf(std::move(kept));
   }
-  const CodedQuery codedQuery(query);
-  const std::size_t n = m_entries.size();
-  std::vector<std::size_t> candidates;
-  if (n >= kTwoThreadsFrom) {
-    auto first =
-        std::async(std::launch::async, [&] { return highCandidates(codedQuery, floor, 0, n / 2); });
-    const std::vector<std::size_t> second = highCandidates(codedQuery, floor, n / 2, n);
-    candidates = first.get();
-    candidates.insert(candidates.end(), second.begin(), second.end());
-  } else {
-    candidates = highCandidates(codedQuery, floor, 0, n);
-  }
-  for (std::size_t i : candidates) keep(i);
   return scoresOf(std::move(kept));
 }
 

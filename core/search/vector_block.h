@@ -1,7 +1,8 @@
 // VectorBlock holds the stored vectors of one space for scans of the whole
-// space: the floats of all of them in one block, so a scan streams through
-// memory, and beside them a 16-bit code of each (a scale per vector, the
-// codes split into a high and a low byte plane). A scan of the codes moves
+// space: a 16-bit code of each in memory (a scale per vector, the codes
+// split into a high and a low byte plane), and the floats of all of them in
+// one block in a file of the block's own (see FloatFile), which the system
+// keeps in memory only while it is read. A scan of the codes moves
 // half the memory of the floats, the high plane alone a quarter, and gives
 // every score to within a bound known beforehand; only the few vectors whose
 // bound reaches a cut are scored again from their floats. So the answers are
@@ -17,6 +18,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <filesystem>
 #include <optional>
 #include <span>
 #include <string>
@@ -24,6 +26,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "core/search/internal/float_file.h"
 #include "core/search/search_merge.h"
 
 namespace brindlemoor {
@@ -35,16 +38,21 @@ class VectorBlock {
     std::span<const float> vector;
   };
 
-  VectorBlock() = default;
+  // The floats go to an unnamed file in `directory`; by default the
+  // system's folder for temporary files.
+  explicit VectorBlock(std::filesystem::path directory = std::filesystem::temp_directory_path());
   // Views into the block stay valid when it moves, and so the entries.
   VectorBlock(VectorBlock&&) = default;
   VectorBlock& operator=(VectorBlock&&) = default;
 
   // Makes room for `count` more vectors of `floats` floats in all, so that a
-  // block read whole is never copied while it grows.
+  // block read whole is never moved while it grows. Throws
+  // internal::FloatFile::Failure.
   void reserve(std::size_t count, std::size_t floats);
   // Adds the vector of `id` at the end. Earlier entries keep their places,
   // though their views may move: take entries() anew after an append.
+  // Throws internal::FloatFile::Failure (a full disk); the block is then as
+  // it was.
   void append(std::string id, std::span<const float> vector);
   // The place of `id` in entries(), if it is there.
   std::optional<std::size_t> find(std::string_view id) const;
@@ -53,6 +61,10 @@ class VectorBlock {
 
   // SearchMerge::standouts(SearchMerge::scores(query, entries(), nothing)).
   std::vector<SearchMerge::Score> standouts(std::span<const float> query) const;
+
+  // The places in entries() of every vector whose score against `query`
+  // may be at least `floor`: all of those whose score is, and few others.
+  std::vector<std::size_t> reaching(std::span<const float> query, float floor) const;
 
   // The scores of SearchMerge::scores(query, entries(), excluding) that are
   // at least `floor`, highest first, equal ones in the block's order. A large
@@ -70,7 +82,7 @@ class VectorBlock {
   bool coded(std::span<const float> query) const;
   // Codes the vector at `index`, widening the block's bounds to cover it;
   // a vector that can't be coded leaves the whole block uncoded.
-  void code(std::size_t index);
+  void code(std::size_t index, std::span<const float> vector);
   void codeAll();
   void dropCodes();
   // Scores of the codes, each within errorBound(query, m_maxFullError) (both
@@ -92,7 +104,7 @@ class VectorBlock {
   // A deque, so that an append never moves the ids the entries and
   // m_positions view.
   std::deque<std::string> m_ids;
-  std::vector<float> m_floats;
+  internal::FloatFile m_floats;
   std::vector<Entry> m_entries;  // views into m_ids and m_floats
   std::unordered_map<std::string_view, std::size_t> m_positions;
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "core/library/library.h"
-#include "core/understanding/embedding_text.h"
 #include "core/model/vector_math.h"
+#include "core/understanding/embedding_text.h"
 #include "tests/testing/imitation_ollama.h"
 #include "tests/testing/sample_captures.h"
 #include "tests/testing/temp_dir.h"

@@ -50,9 +50,13 @@ class VectorIndexTest : public ::testing::Test {
       meaning[entry.id] = entry.vector;
     for (std::size_t i = 0; i < reading.filings().size(); ++i) {
       const auto stored = meaning.find(reading.filings()[i].id);
-      const auto held = reading.meaningOf(i);
-      ASSERT_EQ(held.has_value(), stored != meaning.end()) << i;
-      if (held) EXPECT_TRUE(std::ranges::equal(*held, stored->second)) << i;
+      const auto place = reading.meaningPlace(i);
+      ASSERT_EQ(place.has_value(), stored != meaning.end()) << i;
+      if (place) {
+        EXPECT_TRUE(std::ranges::equal(reading.space(VectorSpace::meaning).entries()[*place].vector,
+                                       stored->second))
+            << i;
+      }
     }
   }
 };

@@ -40,18 +40,48 @@ void reply(httplib::Response& response, int status, const json& body) {
 }  // namespace
 
 ImitationOllama::ImitationOllama() : m_server(std::make_unique<httplib::Server>()) {
+  using Request = httplib::Request;
+  using Response = httplib::Response;
   httplib::Server& server = *m_server;
   server.set_keep_alive_timeout(1);
-  const auto route = [this](Serve serve) {
-    return [this, serve](const httplib::Request& request, httplib::Response& response) {
-      handle(serve, request, response);
-    };
-  };
-  server.Get("/api/version", route(&ImitationOllama::serveVersion));
-  server.Get("/api/tags", route(&ImitationOllama::serveTags));
-  server.Post("/api/generate", route(&ImitationOllama::serveGenerate));
-  server.Post("/api/embed", route(&ImitationOllama::serveEmbed));
-  server.Post("/api/pull", route(&ImitationOllama::servePull));
+  server.Get("/api/version", [this](const Request& request, Response& response) {
+    if (!answered(request, response)) reply(response, 200, {{"version", "0.40.0"}});
+  });
+  server.Get("/api/tags", [this](const Request& request, Response& response) {
+    if (answered(request, response)) return;
+    std::lock_guard lock(m_mutex);
+    json models = json::array();
+    for (const std::string& name : m_models) models.push_back({{"name", name}});
+    reply(response, 200, {{"models", models}});
+  });
+  server.Post("/api/generate", [this](const Request& request, Response& response) {
+    std::optional<json> body;
+    if (answered(request, response) || !(body = bodyForModel(request, response))) return;
+    Responder responder;
+    {
+      std::lock_guard lock(m_mutex);
+      responder = m_responder;
+    }
+    // Outside the lock: a responder may ask the imitation about itself.
+    reply(response, 200, {{"response", responder ? responder(*body) : ""}, {"done", true}});
+  });
+  server.Post("/api/embed", [this](const Request& request, Response& response) {
+    std::optional<json> body;
+    if (answered(request, response) || !(body = bodyForModel(request, response))) return;
+    std::lock_guard lock(m_mutex);
+    json embeddings = json::array();
+    for (const json& input : body->value("input", json::array())) {
+      const bool plain = input.is_string();
+      std::vector<float> vector =
+          embeddingOf(plain ? input.get<std::string>() : input.value("text", ""), m_dimension);
+      if (!plain && input.contains("image")) addWord(vector, input["image"].get<std::string>());
+      embeddings.push_back(vector);
+    }
+    reply(response, 200, {{"embeddings", embeddings}});
+  });
+  server.Post("/api/pull", [this](const Request& request, Response& response) {
+    if (!answered(request, response)) servePull(response);
+  });
 
   int listening = -1;
   server.set_socket_options([&listening](int socket) {
@@ -164,42 +194,27 @@ int ImitationOllama::requestCount(const std::string& path) const {
   return it == m_counts.end() ? 0 : it->second;
 }
 
-void ImitationOllama::handle(Serve serve, const httplib::Request& request,
-                             httplib::Response& response) {
-  {
-    std::unique_lock lock(m_mutex);
-    m_bodies[request.path] = request.body;
-    auto& headers = m_headers[request.path];
-    headers.clear();
-    for (const auto& [name, value] : request.headers) {
-      if (!name.starts_with("REMOTE_") && !name.starts_with("LOCAL_")) headers[name] = value;
-    }
-    ++m_counts[request.path];
-    pause(lock, m_delay);
-    if (const auto fixed = m_fixed.find(request.path); fixed != m_fixed.end()) {
-      response.status = fixed->second.status;
-      response.set_content(fixed->second.body, fixed->second.contentType);
-      return;
-    }
+bool ImitationOllama::answered(const httplib::Request& request, httplib::Response& response) {
+  std::unique_lock lock(m_mutex);
+  m_bodies[request.path] = request.body;
+  auto& headers = m_headers[request.path];
+  headers.clear();
+  for (const auto& [name, value] : request.headers) {
+    if (!name.starts_with("REMOTE_") && !name.starts_with("LOCAL_")) headers[name] = value;
   }
-  (this->*serve)(request, response);
+  ++m_counts[request.path];
+  pause(lock, m_delay);
+  const auto fixed = m_fixed.find(request.path);
+  if (fixed == m_fixed.end()) return false;
+  response.status = fixed->second.status;
+  response.set_content(fixed->second.body, fixed->second.contentType);
+  return true;
 }
 
 bool ImitationOllama::pause(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds duration,
                             const std::function<bool()>& done) {
   m_changed.wait_for(lock, duration, [&] { return m_stopping || (done && done()); });
   return !m_stopping;
-}
-
-void ImitationOllama::serveVersion(const httplib::Request&, httplib::Response& response) {
-  reply(response, 200, {{"version", "0.40.0"}});
-}
-
-void ImitationOllama::serveTags(const httplib::Request&, httplib::Response& response) {
-  std::lock_guard lock(m_mutex);
-  json models = json::array();
-  for (const std::string& name : m_models) models.push_back({{"name", name}});
-  reply(response, 200, {{"models", models}});
 }
 
 std::optional<json> ImitationOllama::bodyForModel(const httplib::Request& request,
@@ -215,34 +230,7 @@ std::optional<json> ImitationOllama::bodyForModel(const httplib::Request& reques
   return std::nullopt;
 }
 
-void ImitationOllama::serveGenerate(const httplib::Request& request, httplib::Response& response) {
-  const std::optional<json> body = bodyForModel(request, response);
-  if (!body) return;
-  Responder responder;
-  {
-    std::lock_guard lock(m_mutex);
-    responder = m_responder;
-  }
-  // Outside the lock: a responder may ask the imitation about itself.
-  reply(response, 200, {{"response", responder ? responder(*body) : ""}, {"done", true}});
-}
-
-void ImitationOllama::serveEmbed(const httplib::Request& request, httplib::Response& response) {
-  const std::optional<json> body = bodyForModel(request, response);
-  if (!body) return;
-  std::lock_guard lock(m_mutex);
-  json embeddings = json::array();
-  for (const json& input : body->value("input", json::array())) {
-    const bool plain = input.is_string();
-    std::vector<float> vector =
-        embeddingOf(plain ? input.get<std::string>() : input.value("text", ""), m_dimension);
-    if (!plain && input.contains("image")) addWord(vector, input["image"].get<std::string>());
-    embeddings.push_back(vector);
-  }
-  reply(response, 200, {{"embeddings", embeddings}});
-}
-
-void ImitationOllama::servePull(const httplib::Request&, httplib::Response& response) {
+void ImitationOllama::servePull(httplib::Response& response) {
   response.set_chunked_content_provider(
       "application/x-ndjson", [this](std::size_t, httplib::DataSink& sink) {
         for (std::size_t i = 0; i < kPullLines.size(); ++i) {

@@ -3,7 +3,7 @@
 // over real HTTP without a daemon or a model on the machine. It listens on a
 // free loopback port from construction to destruction.
 //
-// It answers /api/version, /api/tags (the models it has), /api/generate (the
+// It answers /api/version ("0.40.0"), /api/tags (the models it has), /api/generate (the
 // reply it was given), /api/embed (embeddingOf() of each input, never of unit
 // length, so that the client's normalisation shows) and /api/pull (a chunked
 // stream: a manifest line, three of progress, "success"). generate and embed
@@ -91,10 +91,10 @@ class ImitationOllama {
     std::string body;
     std::string contentType;
   };
-  using Serve = void (ImitationOllama::*)(const httplib::Request&, httplib::Response&);
 
-  // Records the request, waits out the delay, then serves it.
-  void handle(Serve serve, const httplib::Request& request, httplib::Response& response);
+  // Records the request, waits out the delay, and gives the fixed answer if
+  // there is one; false when the request is still to be answered.
+  bool answered(const httplib::Request& request, httplib::Response& response);
   // Waits up to `duration`, less if the server stops; false if it stopped.
   bool pause(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds duration,
              const std::function<bool()>& done = nullptr);
@@ -102,11 +102,7 @@ class ImitationOllama {
   // the daemon's refusal is answered and nothing is returned.
   std::optional<nlohmann::json> bodyForModel(const httplib::Request& request,
                                              httplib::Response& response);
-  void serveVersion(const httplib::Request& request, httplib::Response& response);
-  void serveTags(const httplib::Request& request, httplib::Response& response);
-  void serveGenerate(const httplib::Request& request, httplib::Response& response);
-  void serveEmbed(const httplib::Request& request, httplib::Response& response);
-  void servePull(const httplib::Request& request, httplib::Response& response);
+  void servePull(httplib::Response& response);
 
   std::unique_ptr<httplib::Server> m_server;
   std::thread m_thread;

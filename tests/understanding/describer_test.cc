@@ -140,19 +140,21 @@ TEST(DescriberWithoutPreamble, DropsStockOpeningsFollowedByMoreText) {
 
 const std::optional<std::string> kNoUrl;
 
+CaptureDescription parsed(const std::string& reply, std::string_view seen = "",
+                          const std::optional<std::string>& url = std::nullopt) {
+  return Describer::parse(reply, seen, url, "x");
+}
+
 TEST(DescriberParse, AReplyWithoutAnObjectIsNotJSONWithItsStartAsValidText) {
-  try {
-    Describer::parse("I cannot help with that.", "", kNoUrl, "x");
-    FAIL() << "no error";
-  } catch (const Describer::ParseError& error) {
-    EXPECT_STREQ(error.what(), "notJSON(\"I cannot help with that.\")");
-  }
-  try {
-    Describer::parse(repeated("é\xFF", 5'000'000), "", kNoUrl, "x");
-    FAIL() << "no error";
-  } catch (const Describer::ParseError& error) {
-    EXPECT_EQ(error.text(), repeated("é\uFFFD", 100));
-    EXPECT_TRUE(isValidUtf8(error.what()));
+  for (const std::string& reply : {std::string("I cannot help with that."), repeated("é\xFF", 5'000'000)}) {
+    try {
+      parsed(reply);
+      ADD_FAILURE() << "no error";
+    } catch (const Describer::ParseError& error) {
+      EXPECT_EQ(error.what(), "notJSON(\"" + error.text() + "\")");
+      EXPECT_EQ(error.text(), reply.size() < 200 ? reply : repeated("é\uFFFD", 100));
+      EXPECT_TRUE(isValidUtf8(error.what()));
+    }
   }
 }
 
@@ -164,17 +166,15 @@ TEST(DescriberParse, MissingOrIllTypedMembersLeaveOnlyTheFallbackTitle) {
                                  "highlights": {"0": "a"}, "links": null})",
                              "a", kNoUrl, "Fallback"),
             fallback);
-  EXPECT_EQ(
-      Describer::parse(R"({"tags": [1, "tea", null, ["x"], {"y": 2}, "mint"]})", "", kNoUrl, "x")
-          .tags,
-      (Strings{"tea", "mint"}));
+  EXPECT_EQ(parsed(R"({"tags": [1, "tea", null, ["x"], {"y": 2}, "mint"]})").tags,
+            (Strings{"tea", "mint"}));
 }
 
 TEST(DescriberParse, TitleAndSummaryAreCleanedAndStripped) {
-  const auto description = Describer::parse(
+  const auto description = parsed(
       R"({"title": " \"Espresso\n- Larkspur\" ", "summary": "A screenshot of the  guide\nto espresso.",
           "kind": " Slack\n"})",
-      "", "https://en.larkspur.org/wiki/Espresso", "x");
+      "", "https://en.larkspur.org/wiki/Espresso");
   EXPECT_EQ(description.title, "Espresso");
   EXPECT_EQ(description.summary, "Guide to espresso.");
   EXPECT_EQ(description.kind, CaptureKind::chat);
@@ -182,8 +182,7 @@ TEST(DescriberParse, TitleAndSummaryAreCleanedAndStripped) {
             "Refunds");
   // The summary is bounded before its preamble goes.
   const nlohmann::json paged = {{"summary", "Page " + std::string(500, 'x')}};
-  EXPECT_EQ(Describer::parse(paged.dump(), "", kNoUrl, "x").summary,
-            "X" + std::string(393, 'x') + "…");
+  EXPECT_EQ(parsed(paged.dump()).summary, "X" + std::string(393, 'x') + "…");
 }
 
 TEST(DescriberParse, TagsAreLowerCasedDistinctShortAndAtMostFive) {
@@ -191,7 +190,7 @@ TEST(DescriberParse, TagsAreLowerCasedDistinctShortAndAtMostFive) {
       {"tags",
        {"#Coffee", "coffee", " COFFEE \n", "##", std::string(33, 'a'), "  Latte Art#",
         std::string(32, 'b'), repeated("ü", 32), "d", "e"}}};
-  EXPECT_EQ(Describer::parse(reply.dump(), "", kNoUrl, "x").tags,
+  EXPECT_EQ(parsed(reply.dump()).tags,
             (Strings{"coffee", "latte art", std::string(32, 'b'), repeated("ü", 32), "d"}));
 }
 
@@ -200,8 +199,8 @@ TEST(DescriberParse, HighlightsMustBeFoundOnTheCapture) {
   const nlohmann::json reply = {
       {"highlights",
        {"Free shipping forever", "Total: $12.00", "!!!", "", "Paid\nby card", long400, "one"}}};
-  const auto description = Describer::parse(
-      reply.dump(), "ORDER 1234\ntotal 12 00\npaid BY CARD one " + long400, kNoUrl, "x");
+  const auto description =
+      parsed(reply.dump(), "ORDER 1234\ntotal 12 00\npaid BY CARD one " + long400);
   // Invented ones use up no places; the model's cleaned text is kept, not the
   // screen's; a long one is cut before it is looked for.
   EXPECT_EQ(description.highlights,
@@ -209,25 +208,20 @@ TEST(DescriberParse, HighlightsMustBeFoundOnTheCapture) {
 }
 
 TEST(DescriberParse, LinksAreTheCapturesOwnAddressAndProvedOnesWithAScheme) {
-  EXPECT_EQ(
-      Describer::parse(R"({"links": ["https://larkspur.org/espresso", "b.org", "c.org",
-                                           "d.org", "e.org", "f.org", "g.org"]})",
-                       "b.org c.org d.org e.org f.org g.org", "https://larkspur.org/espresso", "x")
-          .links,
-      (Strings{"https://larkspur.org/espresso", "https://b.org", "https://c.org", "https://d.org",
-               "https://e.org", "https://f.org"}));
-
-  const auto reply = R"({"links": ["larkspur.org/a).", "http://Larkspur.org/b;", "httplark.org",
-                                   "https://invented.org", "mailto:a@b.org", "not a link",
-                                   "https://larkspur.org/a"]})";
-  EXPECT_EQ(
-      Describer::parse(reply, "see LARKSPUR.ORG/A, larkspur.org/b and httplark.org", kNoUrl, "x")
-          .links,
-      (Strings{"https://larkspur.org/a", "http://Larkspur.org/b", "httplark.org"}));
-  EXPECT_EQ(
-      Describer::parse(R"({"links": ["file:///etc/passwd"]})", "etcpasswd", "about:blank", "x")
-          .links,
-      Strings{});
+  EXPECT_EQ(parsed(R"({"links": ["https://larkspur.org/espresso", "b.org", "c.org", "d.org",
+                                 "e.org", "f.org", "g.org"]})",
+                   "b.org c.org d.org e.org f.org g.org", "https://larkspur.org/espresso")
+                .links,
+            (Strings{"https://larkspur.org/espresso", "https://b.org", "https://c.org",
+                     "https://d.org", "https://e.org", "https://f.org"}));
+  EXPECT_EQ(parsed(R"({"links": ["larkspur.org/a).", "http://Larkspur.org/b;", "httplark.org",
+                                 "https://invented.org", "mailto:a@b.org", "not a link",
+                                 "https://larkspur.org/a"]})",
+                   "see LARKSPUR.ORG/A, larkspur.org/b and httplark.org")
+                .links,
+            (Strings{"https://larkspur.org/a", "http://Larkspur.org/b", "httplark.org"}));
+  EXPECT_EQ(parsed(R"({"links": ["file:///etc/passwd"]})", "etcpasswd", "about:blank").links,
+            Strings{});
 }
 
 TEST(DescriberParse, BoundsAReplyThatObeysTheScreen) {
@@ -242,7 +236,7 @@ TEST(DescriberParse, BoundsAReplyThatObeysTheScreen) {
     reply["tags"].push_back("tag" + std::to_string(i));
     reply["highlights"].push_back(std::string(2000, 'A'));
   }
-  const auto description = Describer::parse(reply.dump(), screen, kNoUrl, "x");
+  const auto description = parsed(reply.dump(), screen);
   EXPECT_EQ(description.title, std::string(89, 'A') + "…");
   EXPECT_EQ(description.summary, std::string(399, 'B') + "…");
   EXPECT_EQ(description.tags.size(), 5u);
@@ -253,8 +247,7 @@ TEST(DescriberParse, BoundsAReplyThatObeysTheScreen) {
   for (int i = 0; i < 999; ++i) padded["highlights"].push_back(i);
   padded["highlights"].push_back("on screen");
   padded["highlights"].push_back("also on screen");
-  EXPECT_EQ(Describer::parse(padded.dump(), "on screen, also on screen", kNoUrl, "x").highlights,
-            Strings{"on screen"});
+  EXPECT_EQ(parsed(padded.dump(), "on screen, also on screen").highlights, Strings{"on screen"});
 }
 
 TEST(DescriberParse, SurvivesHostileReplies) {

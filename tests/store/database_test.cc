@@ -5,24 +5,14 @@
 #include <fstream>
 #include <thread>
 
+#include "tests/testing/failure_of.h"
 #include "tests/testing/temp_dir.h"
 
 namespace brindlemoor {
 namespace {
 
 using Value = Database::Value;
-
-// The failure `action` throws; fails the test if it throws none.
-template <typename Action>
-Database::Failure failureOf(Action action) {
-  try {
-    action();
-  } catch (const Database::Failure& failure) {
-    return failure;
-  }
-  ADD_FAILURE() << "no Database::Failure was thrown";
-  return Database::Failure("none", "");
-}
+using testing::failureOf;
 
 class DatabaseTest : public ::testing::Test {
  protected:
@@ -63,14 +53,14 @@ TEST_F(DatabaseTest, CellsKeepTheirStorageClass) {
 
 TEST_F(DatabaseTest, FailuresNameMessageAndStatement) {
   const std::string sql = "SELECT * FROM missing WHERE " + std::string(200, 'x');
-  const Database::Failure failure = failureOf([&] { m_db.query(sql); });
+  const Database::Failure failure = failureOf<Database::Failure>([&] { m_db.query(sql); });
   EXPECT_EQ(failure.message(), "no such table: missing");
   EXPECT_EQ(failure.sql(), sql);
   EXPECT_EQ(std::string(failure.what()), "SQLite: no such table: missing — " + sql.substr(0, 120));
 
   std::ofstream(m_dir.path() / "junk.sqlite") << std::string(8192, 'j');
   EXPECT_THROW(Database(m_dir.path() / "junk.sqlite"), Database::Failure);
-  EXPECT_EQ(failureOf([&] { Database(m_dir.path() / "missing" / "a.sqlite"); }).sql(),
+  EXPECT_EQ(failureOf<Database::Failure>([&] { Database(m_dir.path() / "missing" / "a.sqlite"); }).sql(),
             "open " + (m_dir.path() / "missing/a.sqlite").string());
 }
 

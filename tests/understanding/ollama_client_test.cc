@@ -12,6 +12,7 @@
 #include <tuple>
 #include <vector>
 
+#include "tests/testing/failure_of.h"
 #include "tests/testing/imitation_ollama.h"
 
 namespace brindlemoor {
@@ -21,23 +22,12 @@ using nlohmann::json;
 using testing::ClosedPort;
 using testing::ImitationOllama;
 using Failure = OllamaClient::Failure;
+const auto failureOf = [](auto action) { return testing::failureOf<Failure>(action); };
 using Strings = std::vector<std::string>;
 using Call = std::tuple<std::int64_t, std::int64_t, std::string>;
 
 const std::string kVision = "qwen3.5:4b";
 const std::string kEmbedding = "embeddinggemma-2:440m";
-
-// The failure `call` throws; fails the test if it throws none.
-template <typename Action>
-Failure failureOf(Action call) {
-  try {
-    call();
-  } catch (const Failure& failure) {
-    return failure;
-  }
-  ADD_FAILURE() << "no OllamaClient::Failure was thrown";
-  return Failure::badReply("none");
-}
 
 class OllamaClientTest : public ::testing::Test {
  protected:

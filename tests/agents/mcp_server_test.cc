@@ -55,10 +55,9 @@ class MCP : public ::testing::Test {
   // tools/call with `arguments` written as raw JSON, so that numbers reach the
   // server exactly as a client wrote them.
   Answer callRaw(const std::string& tool, const std::string& arguments) {
-    json result =
-        reply(R"({"id":1,"method":"tools/call","params":{"name":")" + tool + R"(","arguments":)" +
-              arguments + "}}")
-            ->at("result");
+    json result = reply(R"({"id":1,"method":"tools/call","params":{"name":")" + tool +
+                        R"(","arguments":)" + arguments + "}}")
+                      ->at("result");
     EXPECT_EQ(result["content"].size(), 1u);
     EXPECT_EQ(result["content"][0]["type"], "text");
     return {result["content"][0]["text"], result["isError"]};
@@ -151,7 +150,8 @@ TEST_F(MCP, ToolsListGivesFourDescribedToolsWithTheirArguments) {
     for (const auto& [name, schema] : tool["inputSchema"]["properties"].items()) {
       properties[name] = schema["type"];
     }
-    shapes.push_back({tool["name"], properties, tool["inputSchema"].value("required", json::array())});
+    shapes.push_back(
+        {tool["name"], properties, tool["inputSchema"].value("required", json::array())});
   }
   EXPECT_EQ(shapes, json::parse(R"([
       ["search_brindlemoor", {"query": "string", "limit": "integer"}, ["query"]],
@@ -211,7 +211,8 @@ TEST_F(MCP, OnlyAJsonIntegerIsALimitAndItIsClamped) {
       {"", 10}, {"0", 1}, {"1000", 50}, {"\"10\"", 10}, {"7", 7}};
   for (const auto& [limit, expected] : recents) {
     const std::string arguments = limit.empty() ? "{}" : R"({"limit":)" + limit + "}";
-    EXPECT_EQ(listed("\n" + callRaw("recent_captures", arguments).text), expected) << "limit " << limit;
+    EXPECT_EQ(listed("\n" + callRaw("recent_captures", arguments).text), expected)
+        << "limit " << limit;
   }
 }
 

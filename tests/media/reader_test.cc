@@ -77,7 +77,8 @@ TEST(ReaderText, ReadsTransparentPicturesAsOnWhite) {
 }
 
 TEST(ReaderText, GivesEmptyTextForPicturesWithoutTextAndRejectsBytesThatAreNone) {
-  EXPECT_EQ(Reader::text(encoded((VImage::black(203, 61) + 255).cast(VIPS_FORMAT_UCHAR), ".png")), "");
+  EXPECT_EQ(Reader::text(encoded((VImage::black(203, 61) + 255).cast(VIPS_FORMAT_UCHAR), ".png")),
+            "");
   EXPECT_EQ(Reader::text(encoded(VImage::black(1, 1), ".png")), "");
   const Bytes png = encoded(panel("Cut short", kInk, kWhite), ".png");
   // Nothing at all, and the PNG signature with nothing after it.

@@ -78,8 +78,8 @@ class TranscriberTest : public ::testing::Test {
 // resampled for the recogniser rather than relabelled.
 TEST_F(TranscriberTest, HearsTheWordsSpokenInAVideoAlikeInAnyLocaleAndOnTwoThreads) {
   const testing::TempDir kept;
-  const fs::path video =
-      writeVideo(kept.path() / "spoken.mp4", testing::speech("please show me the library", kept.path()));
+  const fs::path video = writeVideo(kept.path() / "spoken.mp4",
+                                    testing::speech("please show me the library", kept.path()));
   AudioFilesMade made(dir());
   const std::optional<std::string> text = Transcriber::transcribe(video, "en_US.UTF-8");
   ASSERT_TRUE(text.has_value());

@@ -11,7 +11,8 @@ namespace brindlemoor {
 namespace {
 
 TEST(RawValues, EveryRawStringGivesItsValueAndNoOtherStringAny) {
-  for (const CaptureKind kind : CaptureKind::all()) EXPECT_EQ(CaptureKind::fromRaw(kind.raw()), kind);
+  for (const CaptureKind kind : CaptureKind::all())
+    EXPECT_EQ(CaptureKind::fromRaw(kind.raw()), kind);
   EXPECT_EQ(CaptureStage::fromRaw("organized"), CaptureStage::organized);
   EXPECT_FALSE(CaptureStage::fromRaw("Read"));
   EXPECT_FALSE(CaptureMedia::fromRaw(""));

@@ -77,7 +77,7 @@ TEST(CollectionNamer, ParseTakesTheFirstWholeCharacterThatShowsAsAnEmojiElseTheF
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"x🍋📂", "🍋"},
       {"🇫🇷🇩", "🇫🇷"},  // a flag is two regional indicators; of three, the first two pair up
-      {"a👩\u200D💻b", "👩\u200D💻"},                   // woman technologist
+      {"a👩\u200D💻b", "👩\u200D💻"},                        // woman technologist
       {"🏳\uFE0F\u200D🌈", "🏳\uFE0F\u200D🌈"},  // rainbow flag
       {"\u2708 \u263A #", "📁"},  // characters that are emoji only when asked to be
       {"\u2708\uFE0F", "\u2708\uFE0F"},

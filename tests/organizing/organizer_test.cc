@@ -139,10 +139,12 @@ TEST(OrganizerDecide, AmongHundredsOfGroupsTheClosestCentroidWinsAndTheFirstOfEq
 
 TEST(OrganizerShouldRename, NamesAtTwoThenAtEachDoublingUnlessTheUserNamed) {
   const std::vector<std::tuple<std::int64_t, std::int64_t, bool, bool>> cases = {
-      {1, 0, false, false}, {2, 0, false, true},  {3, 2, false, false},   {4, 2, false, true},
-      {7, 4, false, false}, {8, 4, false, true},  {2, 0, true, false},    {1000, 4, true, false}};
+      {1, 0, false, false}, {2, 0, false, true}, {3, 2, false, false}, {4, 2, false, true},
+      {7, 4, false, false}, {8, 4, false, true}, {2, 0, true, false},  {1000, 4, true, false}};
   for (const auto& [count, namedAtCount, userNamed, due] : cases) {
-    EXPECT_EQ(Organizer::shouldRename({.count = count, .namedAtCount = namedAtCount, .userNamed = userNamed}), due)
+    EXPECT_EQ(Organizer::shouldRename(
+                  {.count = count, .namedAtCount = namedAtCount, .userNamed = userNamed}),
+              due)
         << count << " named at " << namedAtCount << (userNamed ? " by the user" : "");
   }
 }

@@ -56,7 +56,8 @@ TEST_F(CaptureTexts, ListingHasItsLinesInOrderAndSkipsWhatIsMissing) {
   photo.summary = "";
   photo.note = "";
   photo.collectionID = sampleID(7);  // gone from the collections
-  EXPECT_EQ(listing(photo), "IMG_0001 — Photos\nid " + kID + " · Photos · Jul 4, 2021, 9:05\u202fAM");
+  EXPECT_EQ(listing(photo),
+            "IMG_0001 — Photos\nid " + kID + " · Photos · Jul 4, 2021, 9:05\u202fAM");
 
   // An empty address gives way to the source name; dates follow locale and zone.
   m_capture.url = "";

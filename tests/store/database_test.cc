@@ -60,8 +60,9 @@ TEST_F(DatabaseTest, FailuresNameMessageAndStatement) {
 
   std::ofstream(m_dir.path() / "junk.sqlite") << std::string(8192, 'j');
   EXPECT_THROW(Database(m_dir.path() / "junk.sqlite"), Database::Failure);
-  EXPECT_EQ(failureOf<Database::Failure>([&] { Database(m_dir.path() / "missing" / "a.sqlite"); }).sql(),
-            "open " + (m_dir.path() / "missing/a.sqlite").string());
+  EXPECT_EQ(
+      failureOf<Database::Failure>([&] { Database(m_dir.path() / "missing" / "a.sqlite"); }).sql(),
+      "open " + (m_dir.path() / "missing/a.sqlite").string());
 }
 
 TEST_F(DatabaseTest, TransactionCommitsOrLeavesEverythingAsItWas) {

@@ -141,7 +141,8 @@ TEST_F(LibraryStoreTest, StageWritesMoveTheStageAndClearTheError) {
   // A retry's description replaces the tags whole; highlights that can't be
   // encoded are stored empty.
   m_store.setDescribed(id, {"A", "", CaptureKind::recipe, {"Soup", "Winter"}, {"hot"}, {}});
-  m_store.setDescribed(id, {"A", "", CaptureKind::other, {"#Beta ", "alpha", "beta"}, {"bad \xff"}, {}});
+  m_store.setDescribed(
+      id, {"A", "", CaptureKind::other, {"#Beta ", "alpha", "beta"}, {"bad \xff"}, {}});
   const auto read = m_store.capture(id);
   EXPECT_EQ(read->stage, CaptureStage::described);
   EXPECT_EQ(read->tags, (Ids{"alpha", "beta"}));
@@ -164,7 +165,8 @@ TEST_F(LibraryStoreTest, RowMappingGivesDefaultsForMissingAndIllTypedCells) {
         sampleID(1) +
         "', 42, X'41', 'wide', 3.5, 'unknown', 'poem', 'not json', '[1, \"x\"]', 2, 'hologram', "
         "'long', 5, X'00')");
-    db.execute("INSERT INTO vectors VALUES ('" + sampleID(1) + "', 'look', 'm', 9, X'00000000AABBCC')");
+    db.execute("INSERT INTO vectors VALUES ('" + sampleID(1) +
+               "', 'look', 'm', 9, X'00000000AABBCC')");
   }
   const auto read = m_store.capture(sampleID(1));
   ASSERT_TRUE(read);
@@ -283,10 +285,11 @@ TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstAndCountsOfScreenSource
       {F::since(dateFromSeconds(20)), {sampleID(3), sampleID(2)}},
       {F::media(CaptureMedia::photo), {sampleID(1)}},
   };
-  for (const auto& [filter, expected] : cases) EXPECT_EQ(ids(m_store.captures(10, filter)), expected);
+  for (const auto& [filter, expected] : cases)
+    EXPECT_EQ(ids(m_store.captures(10, filter)), expected);
   // An imported photo is no source of the screen.
-  EXPECT_EQ(m_store.sourceCounts(30),
-            (std::vector<std::pair<std::string, std::int64_t>>{{"Terminal", 2}, {"example.org", 1}}));
+  EXPECT_EQ(m_store.sourceCounts(30), (std::vector<std::pair<std::string, std::int64_t>>{
+                                          {"Terminal", 2}, {"example.org", 1}}));
   EXPECT_EQ(m_store.mediaCounts(), (std::map<CaptureMedia, std::int64_t>{
                                        {CaptureMedia::screen, 3}, {CaptureMedia::photo, 1}}));
 }
@@ -316,7 +319,8 @@ TEST_F(LibraryStoreTest, CollectionsCountTheirCapturesAndStayUserNamed) {
   m_store.setCollection(sampleID(1), "old");
   m_store.setCollection(sampleID(2), "old");
   m_store.moveCapture(sampleID(3), "new");
-  EXPECT_EQ(m_store.capture(sampleID(3))->stage, CaptureStage::captured) << "a move keeps the stage";
+  EXPECT_EQ(m_store.capture(sampleID(3))->stage, CaptureStage::captured)
+      << "a move keeps the stage";
   EXPECT_EQ(m_store.capture(sampleID(1))->stage, CaptureStage::organized);
 
   auto all = m_store.collections();

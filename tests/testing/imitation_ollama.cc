@@ -231,28 +231,27 @@ std::optional<json> ImitationOllama::bodyForModel(const httplib::Request& reques
 }
 
 void ImitationOllama::servePull(httplib::Response& response) {
-  response.set_chunked_content_provider(
-      "application/x-ndjson", [this](std::size_t, httplib::DataSink& sink) {
-        for (std::size_t i = 0; i < kPullLines.size(); ++i) {
-          // Held before the line goes out, so that whoever reads the line
-          // already sees the stream waiting.
-          std::unique_lock lock(m_mutex);
-          const bool hold = i == 0 && m_holdPull;
-          m_pullHeld = hold;
-          lock.unlock();
-          const std::string line = kPullLines[i] + "\n";
-          if (!sink.write(line.data(), line.size())) return false;
-          if (hold) {
-            lock.lock();
-            const bool going =
-                pause(lock, std::chrono::seconds(10), [this] { return !m_holdPull; });
-            m_pullHeld = false;
-            if (!going) return false;
-          }
-        }
-        sink.done();
-        return true;
-      });
+  response.set_chunked_content_provider("application/x-ndjson", [this](std::size_t,
+                                                                       httplib::DataSink& sink) {
+    for (std::size_t i = 0; i < kPullLines.size(); ++i) {
+      // Held before the line goes out, so that whoever reads the line
+      // already sees the stream waiting.
+      std::unique_lock lock(m_mutex);
+      const bool hold = i == 0 && m_holdPull;
+      m_pullHeld = hold;
+      lock.unlock();
+      const std::string line = kPullLines[i] + "\n";
+      if (!sink.write(line.data(), line.size())) return false;
+      if (hold) {
+        lock.lock();
+        const bool going = pause(lock, std::chrono::seconds(10), [this] { return !m_holdPull; });
+        m_pullHeld = false;
+        if (!going) return false;
+      }
+    }
+    sink.done();
+    return true;
+  });
 }
 
 ClosedPort::ClosedPort() : m_socket(::socket(AF_INET, SOCK_STREAM, 0)), m_port(0) {

@@ -146,7 +146,8 @@ CaptureDescription parsed(const std::string& reply, std::string_view seen = "",
 }
 
 TEST(DescriberParse, AReplyWithoutAnObjectIsNotJSONWithItsStartAsValidText) {
-  for (const std::string& reply : {std::string("I cannot help with that."), repeated("é\xFF", 5'000'000)}) {
+  for (const std::string& reply :
+       {std::string("I cannot help with that."), repeated("é\xFF", 5'000'000)}) {
     try {
       parsed(reply);
       ADD_FAILURE() << "no error";

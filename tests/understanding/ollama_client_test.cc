@@ -95,9 +95,9 @@ TEST_F(OllamaClientTest, GenerateSendsTheWholeBodyWithContentTypeAsItsOnlyHeader
   m_ollama.setReply(R"({"title": "A kept page"})");
   const std::vector<Bytes> images = {Bytes{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'}, Bytes{'a'},
                                      Bytes{'a', 'b'}};
-  EXPECT_EQ(m_client.generate(kVision, "Describe this.", "You describe screens.", images, true,
-                              700, 180),
-            R"({"title": "A kept page"})");
+  EXPECT_EQ(
+      m_client.generate(kVision, "Describe this.", "You describe screens.", images, true, 700, 180),
+      R"({"title": "A kept page"})");
   const json body = lastJson("/api/generate");
   EXPECT_EQ(body, json::parse(R"({
       "model": "qwen3.5:4b", "prompt": "Describe this.", "system": "You describe screens.",
@@ -165,8 +165,9 @@ TEST_F(OllamaClientTest, EmbedSendsOneArrayAndGivesUnitVectorsInTheDaemonsDirect
   for (const char* reply : {R"({"embeddings": [[1], [1], [1]]})",
                             R"({"embeddings": [[1, 0], [1, "0"]]})", R"({"embeddings": "[]"})"}) {
     m_ollama.answer("/api/embed", 200, reply);
-    EXPECT_STREQ(failureOf([&] { m_client.embed(kEmbedding, {{.text = "a"}, {.text = "b"}}, 60); })
-                     .what(),
+    EXPECT_STREQ(failureOf([&] {
+                   m_client.embed(kEmbedding, {{.text = "a"}, {.text = "b"}}, 60);
+                 }).what(),
                  "Unexpected reply from Ollama: expected 2 embeddings")
         << reply;
   }
@@ -236,7 +237,8 @@ TEST_F(OllamaClientTest, GivesUpAfterTheCallersTimeout) {
 
 TEST_F(OllamaClientTest, ServesOverlappingCallsFromManyThreads) {
   m_ollama.setModels({kVision});
-  m_ollama.setReply([](const json& request) { return "re: " + request["prompt"].get<std::string>(); });
+  m_ollama.setReply(
+      [](const json& request) { return "re: " + request["prompt"].get<std::string>(); });
   std::vector<std::thread> threads;
   std::vector<int> right(8, 0);
   for (int t = 0; t < 8; ++t) {

@@ -12,7 +12,8 @@ TEST(AudioTrack, ExportsTheWholeSoundAsSixteenKilohertzMono) {
   const testing::TempDir dir;
   // A tone at 44.1 kHz: the export must resample it, not relabel it.
   const testing::Sound tone = testing::tone(3, 440, 44100);
-  testing::writeTestVideo(dir.path() / "tone.mp4", {.seconds = 3, .width = 64, .height = 48, .sound = tone});
+  testing::writeTestVideo(dir.path() / "tone.mp4",
+                          {.seconds = 3, .width = 64, .height = 48, .sound = tone});
   const auto wav = AudioTrack::exported(dir.path() / "tone.mp4", dir.path());
   ASSERT_TRUE(wav.has_value());
   const testing::Sound sound = testing::readWav(*wav);

@@ -20,14 +20,17 @@ using nlohmann::json;
 using testing::sampleCapture;
 using testing::sampleID;
 
-const json kParseError = {
-    {"jsonrpc", "2.0"}, {"id", nullptr}, {"error", {{"code", -32700}, {"message", "Parse error"}}}};
+json error(const json& id, int code, const std::string& message) {
+  return {{"jsonrpc", "2.0"}, {"id", id}, {"error", {{"code", code}, {"message", message}}}};
+}
 
 struct Answer {
   std::string text;
   bool isError = false;
+  bool operator==(const Answer&) const = default;
 };
 
+// How many captures a tool's text lists.
 std::size_t listed(const std::string& text) {
   std::size_t count = 0;
   for (auto at = text.find("\nid "); at != std::string::npos; at = text.find("\nid ", at + 1)) {
@@ -47,21 +50,17 @@ class MCP : public ::testing::Test {
     return json::parse(*text);  // strict: invalid UTF-8 would throw
   }
   json request(const std::string& method, const json& params = json::object()) {
-    return *reply(
-        json{{"jsonrpc", "2.0"}, {"id", 1}, {"method", method}, {"params", params}}.dump());
+    return *reply(json{{"id", 1}, {"method", method}, {"params", params}}.dump());
   }
   // tools/call with `arguments` written as raw JSON, so that numbers reach the
   // server exactly as a client wrote them.
   Answer callRaw(const std::string& tool, const std::string& arguments) {
-    const auto answer =
-        reply(R"({"jsonrpc":"2.0","id":1,"method":"tools/call","params":{"name":")" + tool +
-              R"(","arguments":)" + arguments + "}}");
-    EXPECT_TRUE(answer);
-    if (!answer) return {};
-    const json& result = answer->at("result");
-    EXPECT_EQ(result.at("content").size(), 1u);
-    EXPECT_EQ(result.at("content").at(0).at("type"), "text");
-    return {result.at("content").at(0).at("text"), result.at("isError")};
+    json result = reply(R"({"id":1,"method":"tools/call","params":{"name":")" + tool +
+                        R"(","arguments":)" + arguments + "}}")
+                      ->at("result");
+    EXPECT_EQ(result["content"].size(), 1u);
+    EXPECT_EQ(result["content"][0]["type"], "text");
+    return {result["content"][0]["text"], result["isError"]};
   }
   Answer call(const std::string& tool, const json& arguments = json::object()) {
     return callRaw(tool, arguments.dump());
@@ -76,9 +75,9 @@ class MCP : public ::testing::Test {
     store().setDescribed(sampleID(n), {"Capture " + std::to_string(n), "", kind, {}, {}, {}});
     if (collection) store().setCollection(sampleID(n), collection);
   }
-  void addCollection(const std::string& id, const std::string& name, double updatedAt) {
+  void addCollection(int n, const std::string& name, double updatedAt) {
     store().insertCollection(
-        {id, name, "🥧", dateFromSeconds(1), dateFromSeconds(updatedAt), 0, 0, false});
+        {sampleID(n), name, "🥧", dateFromSeconds(1), dateFromSeconds(updatedAt), 0, 0, false});
   }
   std::string listing(int n) {
     return CaptureText::listing(*store().capture(sampleID(n)), store().collections(), m_locale,
@@ -98,8 +97,6 @@ class MCP : public ::testing::Test {
   const MCPServer m_server{m_library, m_library.store(), "1.2.3", m_locale, *m_utc};
 };
 
-// ---- The protocol ----
-
 TEST_F(MCP, WhatIsNoJsonObjectGetsTheParseError) {
   const std::string deep = std::string(100000, '[') + std::string(100000, ']');
   for (const std::string& line :
@@ -107,47 +104,34 @@ TEST_F(MCP, WhatIsNoJsonObjectGetsTheParseError) {
         std::string(R"({"jsonrpc":"2.0","id":1,"method":"ping"} {})"), deep,
         R"({"jsonrpc":"2.0","id":1,"method":"ping","params":)" + deep + "}",
         std::string("{\"jsonrpc\":\"2.0\",\"id\":1,\"method\":\"p\xffng\"}")}) {
-    EXPECT_EQ(reply(line), kParseError) << line.substr(0, 60);
+    EXPECT_EQ(reply(line), error(nullptr, -32700, "Parse error")) << line.substr(0, 60);
   }
-  EXPECT_EQ(MCPServer::parseError(), kParseError.dump());
+  EXPECT_EQ(MCPServer::parseError(), error(nullptr, -32700, "Parse error").dump());
 }
 
 TEST_F(MCP, IdAndMethodDecideWhetherAndHowToAnswer) {
-  EXPECT_EQ(reply(R"({"jsonrpc":"2.0","id":7})"),
-            json({{"jsonrpc", "2.0"},
-                  {"id", 7},
-                  {"error", {{"code", -32600}, {"message", "Invalid request"}}}}));
-  EXPECT_EQ(reply(R"({"id":"a","method":42})")->at("error").at("code"), -32600);
+  EXPECT_EQ(reply(R"({"jsonrpc":"2.0","id":7})"), error(7, -32600, "Invalid request"));
+  EXPECT_EQ(reply(R"({"id":"a","method":42})"), error("a", -32600, "Invalid request"));
   EXPECT_EQ(reply(R"({"jsonrpc":"2.0"})"), std::nullopt) << "neither id nor method";
   EXPECT_EQ(reply(R"({"method":"tools/call","params":{"name":"list_collections"}})"), std::nullopt)
       << "a notification is never acted upon";
-
   // Any JSON value is an id, null included, and comes back as it was sent.
   for (const json& id : {json(nullptr), json(-3), json({{"k", 1}})}) {
-    const auto answer = reply(json{{"id", id}, {"method", "ping"}}.dump());
-    EXPECT_EQ(answer, json({{"jsonrpc", "2.0"}, {"id", id}, {"result", json::object()}}));
+    EXPECT_EQ(reply(json{{"id", id}, {"method", "ping"}}.dump()),
+              json({{"jsonrpc", "2.0"}, {"id", id}, {"result", json::object()}}));
   }
   EXPECT_EQ(*m_server.handle(R"({"id":"a/b","method":"ping"})"),
             R"({"id":"a/b","jsonrpc":"2.0","result":{}})")
       << "slashes unescaped";
-
-  EXPECT_EQ(request("resources/list"),
-            json({{"jsonrpc", "2.0"},
-                  {"id", 1},
-                  {"error", {{"code", -32601}, {"message", "Method not found: resources/list"}}}}));
+  EXPECT_EQ(request("resources/list"), error(1, -32601, "Method not found: resources/list"));
 }
 
 TEST_F(MCP, InitializeEchoesTheClientsVersionAndIntroducesTheServer) {
-  const json result = request("initialize", {{"protocolVersion", "2024-11-05"}}).at("result");
-  EXPECT_EQ(result,
+  EXPECT_EQ(request("initialize", {{"protocolVersion", "2024-11-05"}}).at("result"),
             json({{"protocolVersion", "2024-11-05"},
                   {"capabilities", {{"tools", {{"listChanged", false}}}}},
                   {"serverInfo", {{"name", "brindlemoor"}, {"version", "1.2.3"}}},
-                  {"instructions",
-                   "Brindlemoor is the user's brindlemoor book: windows, photos and videos they "
-                   "chose to keep, each described, tagged and filed into collections. Search it "
-                   "(search_brindlemoor) before asking the user about something they saw, read or "
-                   "saved; open a result with get_capture for its full text."}}));
+                  {"instructions", MCPServer::instructions}}));
   for (const char* params : {"{}", R"({"protocolVersion":2025})", "[1]"}) {
     EXPECT_EQ(reply(std::string(R"({"id":1,"method":"initialize","params":)") + params + "}")
                   ->at("result")
@@ -157,66 +141,52 @@ TEST_F(MCP, InitializeEchoesTheClientsVersionAndIntroducesTheServer) {
   }
 }
 
-TEST_F(MCP, ToolsListGivesTheFourToolsWordForWord) {
-  const json kinds =
-      "One of: article, code, design, chat, email, document, spreadsheet, slides, product, "
-      "receipt, recipe, food, place, video, social, data, idea, other";
-  EXPECT_EQ(request("tools/list").at("result"),
-            json::parse(R"json({"tools": [
-    {"name": "search_brindlemoor",
-     "description": "Search what the user kept in Brindlemoor (windows, photos, videos) by meaning and by words. Returns the best matches, newest information first within equal relevance.",
-     "inputSchema": {"type": "object", "properties": {
-        "query": {"type": "string", "description": "What to look for, in plain words"},
-        "limit": {"type": "integer", "description": "At most this many results (default 8, at most 25)"}},
-        "required": ["query"]}},
-    {"name": "recent_captures",
-     "description": "What the user kept most recently, newest first; optionally only one collection or kind.",
-     "inputSchema": {"type": "object", "properties": {
-        "limit": {"type": "integer", "description": "At most this many (default 10, at most 50)"},
-        "collection": {"type": "string", "description": "A collection's name or id (list_collections)"},
-        "kind": {"type": "string", "description": "KINDS"}}}},
-    {"name": "get_capture",
-     "description": "One capture in full: title, summary, passages worth keeping, the user's note, tags, links, its collection, and the text on it or said in it.",
-     "inputSchema": {"type": "object", "properties": {
-        "id": {"type": "string", "description": "The capture's id, from a search or listing"}},
-        "required": ["id"]}},
-    {"name": "list_collections",
-     "description": "The collections Brindlemoor formed (and the user named), with how many captures each holds.",
-     "inputSchema": {"type": "object", "properties": {}}}
-  ]})json")
-                .patch(json::array({{{"op", "replace"},
-                                     {"path", "/tools/1/inputSchema/properties/kind/description"},
-                                     {"value", kinds}}})));
+TEST_F(MCP, ToolsListGivesFourDescribedToolsWithTheirArguments) {
+  const json tools = request("tools/list")["result"]["tools"];
+  json shapes = json::array();
+  for (const json& tool : tools) {
+    EXPECT_FALSE(tool["description"].get<std::string>().empty());
+    json properties = json::object();
+    for (const auto& [name, schema] : tool["inputSchema"]["properties"].items()) {
+      properties[name] = schema["type"];
+    }
+    shapes.push_back(
+        {tool["name"], properties, tool["inputSchema"].value("required", json::array())});
+  }
+  EXPECT_EQ(shapes, json::parse(R"([
+      ["search_brindlemoor", {"query": "string", "limit": "integer"}, ["query"]],
+      ["recent_captures", {"limit": "integer", "collection": "string", "kind": "string"}, []],
+      ["get_capture", {"id": "string"}, ["id"]],
+      ["list_collections", {}, []]])"));
+  // What an agent is told of the limits and kinds is what the tools do.
+  EXPECT_NE(tools.dump().find("(default 8, at most 25)"), std::string::npos);
+  EXPECT_NE(tools.dump().find("(default 10, at most 50)"), std::string::npos);
+  const std::string kinds = tools[1]["inputSchema"]["properties"]["kind"]["description"];
+  for (const CaptureKind kind : CaptureKind::all()) {
+    EXPECT_NE(kinds.find(kind.raw()), std::string::npos) << kind.raw();
+  }
 }
 
 TEST_F(MCP, ToolCallsAlwaysAnswerWithAResult) {
-  const Answer unknown = call("delete_everything");
-  EXPECT_EQ(unknown.text, "Unknown tool delete_everything.");
-  EXPECT_TRUE(unknown.isError);
-  const json numbered = request("tools/call", {{"name", 3}});
-  EXPECT_EQ(numbered.at("result").at("content").at(0).at("text"), "Unknown tool .");
-
+  EXPECT_EQ(call("delete_everything"), (Answer{"Unknown tool delete_everything.", true}));
+  EXPECT_EQ(request("tools/call", {{"name", 3}})["result"]["content"][0]["text"], "Unknown tool .");
   keep(1, "lemon tart");
-  EXPECT_EQ(callRaw("get_capture", R"(["id"])").text, "No capture with that id.")
+  EXPECT_EQ(callRaw("get_capture", R"(["id"])"), (Answer{"No capture with that id.", true}))
       << "arguments that aren't an object count as none";
 }
 
-// ---- The tools ----
-
 TEST_F(MCP, SearchFindsByWordsWhileTheDaemonIsDown) {
-  addCollection(sampleID(100), "Tart Evenings", 5);
+  addCollection(100, "Tart Evenings", 5);
   keep(1, "lemon tart with cream", CaptureKind::recipe, sampleID(100));
   keep(2, "quarterly figures");
-  EXPECT_EQ(call("search_brindlemoor", {{"query", "  lemon\n"}}).text,
-            "Brindlemoor for “lemon” (1):\n\n" + listing(1));
-  const Answer none = call("search_brindlemoor", {{"query", "zebra"}});
-  EXPECT_EQ(none.text, "Nothing in Brindlemoor matches “zebra”.");
-  EXPECT_FALSE(none.isError);
-
+  EXPECT_EQ(call("search_brindlemoor", {{"query", "  lemon\n"}}),
+            (Answer{"Brindlemoor for “lemon” (1):\n\n" + listing(1)}));
+  EXPECT_EQ(call("search_brindlemoor", {{"query", "zebra"}}),
+            (Answer{"Nothing in Brindlemoor matches “zebra”."}));
   for (const json& query : {json(nullptr), json(" \n\t "), json(5)}) {
-    const Answer refused = call("search_brindlemoor", {{"query", query}});
-    EXPECT_EQ(refused.text, "'query' must be a non-empty string.") << query;
-    EXPECT_TRUE(refused.isError);
+    EXPECT_EQ(call("search_brindlemoor", {{"query", query}}),
+              (Answer{"'query' must be a non-empty string.", true}))
+        << query;
   }
 }
 
@@ -247,9 +217,9 @@ TEST_F(MCP, OnlyAJsonIntegerIsALimitAndItIsClamped) {
 }
 
 TEST_F(MCP, RecentCapturesByCollectionOrKind) {
-  EXPECT_EQ(call("recent_captures").text, "Nothing kept there yet.");
-  addCollection(sampleID(100), "Tart Evenings", 5);
-  addCollection(sampleID(101), "Çay Evenings", 4);
+  EXPECT_EQ(call("recent_captures"), (Answer{"Nothing kept there yet."}));
+  addCollection(100, "Tart Evenings", 5);
+  addCollection(101, "Çay Evenings", 4);
   keep(1, "lemon tart", CaptureKind::recipe, sampleID(100));
   keep(2, "a chat", CaptureKind::chat);
   keep(3, "another chat", CaptureKind::chat, sampleID(101));
@@ -260,37 +230,29 @@ TEST_F(MCP, RecentCapturesByCollectionOrKind) {
   EXPECT_EQ(call("recent_captures", {{"collection", "ÇAY EVENINGS"}}).text, listing(3));
   EXPECT_EQ(call("recent_captures", {{"collection", ""}, {"kind", "CHAT"}}).text,
             listing(3) + "\n\n" + listing(2));
-  EXPECT_EQ(call("recent_captures", {{"collection", 100}, {"kind", 5}}).text,
-            call("recent_captures").text)
+  EXPECT_EQ(call("recent_captures", {{"collection", 100}, {"kind", 5}}), call("recent_captures"))
       << "values of the wrong type count as absent";
-
-  const Answer alias = call("recent_captures", {{"kind", "Slack"}});
-  EXPECT_EQ(alias.text, "Unknown kind “Slack”.");
-  EXPECT_TRUE(alias.isError);
+  EXPECT_EQ(call("recent_captures", {{"kind", "Slack"}}), (Answer{"Unknown kind “Slack”.", true}));
   for (const std::string& name : {std::string("Tart"), sampleID(100).substr(0, 8)}) {
-    const Answer unknown = call("recent_captures", {{"collection", name}});
-    EXPECT_EQ(unknown.text, "No collection named “" + name + "”. list_collections shows them.");
-    EXPECT_TRUE(unknown.isError);
+    EXPECT_EQ(call("recent_captures", {{"collection", name}}),
+              (Answer{"No collection named “" + name + "”. list_collections shows them.", true}));
   }
 }
 
 TEST_F(MCP, GetCaptureGivesTheFullTextOrRefuses) {
   keep(1, "lemon tart");
-  const Answer found = call("get_capture", {{"id", sampleID(1)}});
-  EXPECT_EQ(found.text, CaptureText::full(*store().capture(sampleID(1)), store().collections(),
-                                          m_locale, *m_utc));
-  EXPECT_FALSE(found.isError);
+  EXPECT_EQ(call("get_capture", {{"id", sampleID(1)}}),
+            (Answer{CaptureText::full(*store().capture(sampleID(1)), store().collections(),
+                                      m_locale, *m_utc)}));
   for (const json& id : {json(sampleID(2)), json(1), json("' OR '1'='1"), json("%")}) {
-    const Answer refused = call("get_capture", {{"id", id}});
-    EXPECT_EQ(refused.text, "No capture with that id.") << id;
-    EXPECT_TRUE(refused.isError);
+    EXPECT_EQ(call("get_capture", {{"id", id}}), (Answer{"No capture with that id.", true})) << id;
   }
 }
 
 TEST_F(MCP, ListCollectionsCountsTheirCapturesAndSkipsEmptyOnes) {
-  addCollection(sampleID(100), "Tart Evenings", 5);
-  addCollection(sampleID(101), "Chats", 9);
-  addCollection(sampleID(102), "Left empty", 7);
+  addCollection(100, "Tart Evenings", 5);
+  addCollection(101, "Chats", 9);
+  addCollection(102, "Left empty", 7);
   EXPECT_EQ(call("list_collections").text,
             "No collections yet: they form as similar captures are kept.");
   keep(1, "lemon tart", CaptureKind::recipe, sampleID(100));
@@ -301,15 +263,12 @@ TEST_F(MCP, ListCollectionsCountsTheirCapturesAndSkipsEmptyOnes) {
                                                sampleID(100) + ")");
 }
 
-TEST_F(MCP, RepliesStayValidJsonWhateverTheStoreHolds) {
+TEST_F(MCP, RepliesStayValidJsonWhateverTheStoreOrTheClientHolds) {
   store().insert(sampleCapture(1, 1700000000));
   store().setRead(sampleID(1), "lemon \xff\xfe tart \xe2\x82", std::string("said \xc3"));
-  const std::string said = call("get_capture", {{"id", sampleID(1)}}).text;  // parsed strictly
-  EXPECT_NE(said.find("lemon \uFFFD\uFFFD tart"), std::string::npos) << said;
-}
+  EXPECT_NE(call("get_capture", {{"id", sampleID(1)}}).text.find("lemon \uFFFD\uFFFD tart"),
+            std::string::npos);
 
-TEST_F(MCP, HugeMessagesAreAnswered) {
-  keep(1, "lemon tart");
   std::string words;
   while (words.size() < 10 * 1024 * 1024) words += "lemon ";
   const Answer search = call("search_brindlemoor", {{"query", words}});

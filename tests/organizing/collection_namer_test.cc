@@ -23,17 +23,14 @@ using Naming = CollectionNamer::Naming;
 Capture titled(std::uint64_t n, std::string title) {
   Capture capture = testing::sampleCapture(n, 1000.0 + static_cast<double>(n));
   capture.title = std::move(title);
-  capture.summary.reset();
-  capture.tags.clear();
   return capture;
 }
 
-// The emoji that parse() takes from a reply whose "emoji" member is `emoji`.
-std::string emojiOf(const nlohmann::json& emoji) {
-  return CollectionNamer::parse(nlohmann::json{{"name", "Lemons"}, {"emoji", emoji}}.dump()).emoji;
+Naming parsed(const nlohmann::json& name, const nlohmann::json& emoji) {
+  return CollectionNamer::parse(nlohmann::json{{"name", name}, {"emoji", emoji}}.dump());
 }
 
-TEST(CollectionNamerPrompt, WritesOneLinePerCaptureWithTitleSummaryAndTags) {
+TEST(CollectionNamer, PromptHasALineForEachOfTheFirstTwelveCapturesThenAsksForJson) {
   Capture full = titled(1, "Lemon tart");
   full.summary = "A tart with lemon curd.";
   full.tags = {"a", "b"};
@@ -44,86 +41,66 @@ TEST(CollectionNamerPrompt, WritesOneLinePerCaptureWithTitleSummaryAndTags) {
   appOnly.windowTitle = "";
   appOnly.app = "Preview";
   appOnly.tags = {"citrus"};
+  std::vector<Capture> captures = {full, windowOnly, appOnly};
+  for (int i = 4; i < 30; ++i) captures.push_back(titled(i, "Capture " + std::to_string(i)));
 
-  // Written out whole so that a change of a single word in the program shows.
-  EXPECT_EQ(
-      CollectionNamer::prompt({full, windowOnly, appOnly}),
-      "These items were saved together in a personal library:\n"
-      "- Lemon tart: A tart with lemon curd. [a, b]\n"
-      "- Curd - Notes: \n"
-      "- Preview:  [citrus]\n\n"
-      "Name the collection they form. Answer with JSON only:\n"
-      "{\"name\": \"2 to 4 words, title case, specific (not 'Miscellaneous' or 'Screenshots')\",\n"
-      " \"emoji\": \"one emoji that fits\"}");
-}
-
-TEST(CollectionNamerPrompt, TakesOnlyTheFirstTwelveCaptures) {
-  std::vector<Capture> captures;
-  for (int i = 0; i < 30; ++i) captures.push_back(titled(i, "Capture " + std::to_string(i)));
   const std::string prompt = CollectionNamer::prompt(captures);
-  EXPECT_NE(prompt.find("- Capture 11: \n\nName"), std::string::npos);
-  EXPECT_EQ(prompt.find("Capture 12"), std::string::npos);
+  EXPECT_NE(prompt.find(":\n- Lemon tart: A tart with lemon curd. [a, b]\n- Curd - Notes: \n"
+                        "- Preview:  [citrus]\n- Capture 4: \n"),
+            std::string::npos)
+      << prompt;
+  EXPECT_NE(prompt.find("- Capture 12: \n\n"), std::string::npos);
+  EXPECT_EQ(prompt.find("Capture 13"), std::string::npos);
+  EXPECT_NE(prompt.find("JSON only:\n{\"name\": \""), std::string::npos) << prompt;
+  EXPECT_NE(prompt.find(",\n \"emoji\": \""), std::string::npos) << prompt;
 }
 
-TEST(CollectionNamerParse, TakesTheObjectOutOfChatterOrGivesTheDefaults) {
+TEST(CollectionNamer, ParseTakesTheObjectOutOfChatterAndCleansTheName) {
   EXPECT_EQ(CollectionNamer::parse("Sure!\n```json\n{\"name\": \"Lemon Recipes\", \"emoji\": "
                                    "\"🍋\"}\n```"),
             (Naming{"Lemon Recipes", "🍋"}));
   const Naming untitled{"Untitled collection", "📁"};
   EXPECT_EQ(CollectionNamer::parse("not json"), untitled);
   EXPECT_EQ(CollectionNamer::parse("{\"name\": \"Lemons\"} {\"emoji\": \"🍋\"}"), untitled);
-}
+  EXPECT_EQ(parsed(7, "🍋"), (Naming{"Untitled collection", "🍋"}));
 
-TEST(CollectionNamerParse, CleansTheName) {
-  const auto nameOf = [](const nlohmann::json& name) {
-    return CollectionNamer::parse(nlohmann::json{{"name", name}, {"emoji", "🍋"}}.dump()).name;
-  };
-  EXPECT_EQ(nameOf("  \"Lemon\n\tRecipes\"  "), "Lemon Recipes");
-  EXPECT_EQ(nameOf(std::string(40, 'a')), std::string(40, 'a'));
-  EXPECT_EQ(nameOf(std::string(41, 'a')), std::string(39, 'a') + "…");
+  EXPECT_EQ(parsed("  \"Lemon\n\tRecipes\"  ", "🍋").name, "Lemon Recipes");
+  EXPECT_EQ(parsed(std::string(40, 'a'), "🍋").name, std::string(40, 'a'));
+  EXPECT_EQ(parsed(std::string(41, 'a'), "🍋").name, std::string(39, 'a') + "…");
   // Forty user-perceived characters, each a flag of eight bytes, stay whole.
   std::string flags;
   for (int i = 0; i < 40; ++i) flags += "🇫🇷";
-  EXPECT_EQ(nameOf(flags), flags);
+  EXPECT_EQ(parsed(flags, "🍋").name, flags);
 }
 
-TEST(CollectionNamerParse, TakesTheFirstWholeCharacterThatShowsAsAnEmojiElseTheFolder) {
-  EXPECT_EQ(emojiOf("x🍋📂"), "🍋");
-  // A flag is two regional indicators; of three, the first two pair up.
-  EXPECT_EQ(emojiOf("🇫🇷🇩"), "🇫🇷");
-  EXPECT_EQ(emojiOf("a👩\u200D💻b"), "👩\u200D💻");                        // woman technologist
-  EXPECT_EQ(emojiOf("🏳\uFE0F\u200D🌈"), "🏳\uFE0F\u200D🌈");  // rainbow flag
-  // Characters that are emoji only when asked to be: text by default.
-  EXPECT_EQ(emojiOf("\u2708 \u263A #"), "📁");
-  EXPECT_EQ(emojiOf("\u2708\uFE0F"), "\u2708\uFE0F");
+TEST(CollectionNamer, ParseTakesTheFirstWholeCharacterThatShowsAsAnEmojiElseTheFolder) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"x🍋📂", "🍋"},
+      {"🇫🇷🇩", "🇫🇷"},  // a flag is two regional indicators; of three, the first two pair up
+      {"a👩\u200D💻b", "👩\u200D💻"},                        // woman technologist
+      {"🏳\uFE0F\u200D🌈", "🏳\uFE0F\u200D🌈"},  // rainbow flag
+      {"\u2708 \u263A #", "📁"},  // characters that are emoji only when asked to be
+      {"\u2708\uFE0F", "\u2708\uFE0F"},
+  };
+  for (const auto& [emoji, shown] : cases) EXPECT_EQ(parsed("Lemons", emoji).emoji, shown) << emoji;
   EXPECT_EQ(CollectionNamer::parse("{\"name\": \"Lemons\"}").emoji, "📁");
 }
 
-class CollectionNamerName : public ::testing::Test {
- protected:
-  CollectionNamerName() { m_daemon.setModels({"vision:latest"}); }
-
-  testing::ImitationOllama m_daemon;
-};
-
-TEST_F(CollectionNamerName, AsksForJsonWithoutImagesAndParsesTheReply) {
-  m_daemon.setReply("{\"name\": \"  Lemon Recipes \", \"emoji\": \"x🍋\"}");
-  const CollectionNamer namer(OllamaClient(m_daemon.host()), "vision");
+TEST(CollectionNamer, NameAsksForJsonWithoutImagesAndPassesTheDaemonsFailureOn) {
+  testing::ImitationOllama daemon;
+  daemon.setModels({"vision:latest"});
+  daemon.setReply("{\"name\": \"  Lemon Recipes \", \"emoji\": \"x🍋\"}");
   const std::vector<Capture> captures = {titled(1, "Lemon tart"), titled(2, "Lemonade")};
-
-  EXPECT_EQ(namer.name(captures), (Naming{"Lemon Recipes", "🍋"}));
-
-  const auto body = nlohmann::json::parse(m_daemon.lastBody("/api/generate").value());
+  EXPECT_EQ(CollectionNamer(OllamaClient(daemon.host()), "vision").name(captures),
+            (Naming{"Lemon Recipes", "🍋"}));
+  const auto body = nlohmann::json::parse(daemon.lastBody("/api/generate").value());
   EXPECT_EQ(body["model"], "vision");
   EXPECT_EQ(body["prompt"], CollectionNamer::prompt(captures));
   EXPECT_EQ(body["format"], "json");
   EXPECT_FALSE(body.contains("images"));
-}
 
-TEST_F(CollectionNamerName, TheDaemonsFailurePassesThrough) {
-  const CollectionNamer namer(OllamaClient(m_daemon.host()), "absent");
   try {
-    namer.name({titled(1, "Lemon tart")});
+    CollectionNamer(OllamaClient(daemon.host()), "absent").name(captures);
     ADD_FAILURE() << "no failure for a model the daemon lacks";
   } catch (const OllamaClient::Failure& failure) {
     EXPECT_EQ(failure.status(), 404);

@@ -38,10 +38,16 @@ Vector at(float cosine) {
 
 const Vector kEast = {1.0f, 0.0f};
 
-TEST(OrganizerDecide, FormsWithANeighbourAtExactlyTheFormThresholdAndNotJustBelow) {
+TEST(OrganizerDecide, ThresholdsAreExactAndJoiningBeatsFormingWithoutDrawingNeighboursAlong) {
+  // With one member {1, 0} the centroid is that member, so the centroid and
+  // the best member both score exactly the capture's first component.
+  const std::vector<Organizer::Group> groups = {{"empty", {}}, {"c", {kEast}}};
   EXPECT_EQ(Organizer{}.decide(kEast, {}, {}), Decision::stayUnsorted());
   EXPECT_EQ(Organizer{}.decide(kEast, {}, {{"a", at(0.79f)}}), Decision::form({"a"}, 0.79f));
   EXPECT_EQ(Organizer{}.decide(kEast, {}, {{"a", at(0.7899f)}}), Decision::stayUnsorted());
+  EXPECT_EQ(Organizer{}.decide(at(0.8f), groups, {}), Decision::join("c", 0.8f));
+  EXPECT_EQ(Organizer{}.decide(at(0.7999f), groups, {}), Decision::stayUnsorted());
+  EXPECT_EQ(Organizer{}.decide(at(0.8f), groups, {{"a", at(0.8f)}}), Decision::join("c", 0.8f));
 }
 
 TEST(OrganizerDecide, GathersTheTwelveClosestOfTwentyInOrderOfScore) {
@@ -76,14 +82,6 @@ TEST(OrganizerDecide, VectorsOfAnotherLengthOrNotANumberMatchNothing) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   EXPECT_EQ(Organizer{}.decide(Vector{nan, nan}, {{"c", {kEast}}}, {{"a", kEast}}),
             Decision::stayUnsorted());
-}
-
-TEST(OrganizerDecide, JoinsAtExactlyTheJoinThresholdAndNotJustBelow) {
-  // With one member {1, 0} the centroid is that member, so the centroid and
-  // the best member both score exactly the capture's first component.
-  const std::vector<Organizer::Group> groups = {{"empty", {}}, {"c", {kEast}}};
-  EXPECT_EQ(Organizer{}.decide(at(0.8f), groups, {}), Decision::join("c", 0.8f));
-  EXPECT_EQ(Organizer{}.decide(at(0.7999f), groups, {}), Decision::stayUnsorted());
 }
 
 TEST(OrganizerDecide, NeedsAMemberAtTheFormThresholdBesidesANearCentroid) {
@@ -139,28 +137,16 @@ TEST(OrganizerDecide, AmongHundredsOfGroupsTheClosestCentroidWinsAndTheFirstOfEq
   EXPECT_EQ(Organizer{}.decide(kEast, groups, {}), Decision::join("g150", 0.9f));
 }
 
-TEST(OrganizerDecide, JoiningBeatsFormingAndDrawsNoNeighboursAlong) {
-  EXPECT_EQ(Organizer{}.decide(kEast, {{"c", {at(0.81f)}}}, {{"a", kEast}}),
-            Decision::join("c", VectorMath::dot(
-                                    kEast, *VectorMath::centroid(std::vector<Vector>{at(0.81f)}))));
-}
-
 TEST(OrganizerShouldRename, NamesAtTwoThenAtEachDoublingUnlessTheUserNamed) {
-  const auto due = [](std::int64_t count, std::int64_t namedAtCount, bool userNamed = false) {
-    CaptureCollection collection;
-    collection.count = count;
-    collection.namedAtCount = namedAtCount;
-    collection.userNamed = userNamed;
-    return Organizer::shouldRename(collection);
-  };
-  EXPECT_FALSE(due(1, 0));
-  EXPECT_TRUE(due(2, 0));
-  EXPECT_FALSE(due(3, 2));
-  EXPECT_TRUE(due(4, 2));
-  EXPECT_FALSE(due(7, 4));
-  EXPECT_TRUE(due(8, 4));
-  EXPECT_FALSE(due(2, 0, true));
-  EXPECT_FALSE(due(1000, 4, true));
+  const std::vector<std::tuple<std::int64_t, std::int64_t, bool, bool>> cases = {
+      {1, 0, false, false}, {2, 0, false, true}, {3, 2, false, false}, {4, 2, false, true},
+      {7, 4, false, false}, {8, 4, false, true}, {2, 0, true, false},  {1000, 4, true, false}};
+  for (const auto& [count, namedAtCount, userNamed, due] : cases) {
+    EXPECT_EQ(Organizer::shouldRename(
+                  {.count = count, .namedAtCount = namedAtCount, .userNamed = userNamed}),
+              due)
+        << count << " named at " << namedAtCount << (userNamed ? " by the user" : "");
+  }
 }
 
 }  // namespace

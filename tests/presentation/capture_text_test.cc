@@ -1,5 +1,5 @@
-// The plain texts of captures that agents and the terminal read, checked
-// whole, in a fixed locale and time zone.
+// The plain texts of captures that agents and the terminal read, in a fixed
+// locale and time zone.
 #include "core/presentation/capture_text.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +15,6 @@ using testing::sampleCapture;
 using testing::sampleID;
 
 const std::string kID = sampleID(1);
-const std::string kCollectionID = sampleID(100);
 
 class CaptureTexts : public ::testing::Test {
  protected:
@@ -26,42 +25,30 @@ class CaptureTexts : public ::testing::Test {
     return CaptureText::full(capture, m_collections, m_locale, *m_utc);
   }
 
-  // A page kept from a browser, described and filed.
-  static Capture recipe() {
-    Capture capture = sampleCapture(1, 1700000000);  // Nov 14, 2023, 22:13:20 UTC
-    capture.url = "https://www.example.com/tart";
-    capture.title = "Lemon tart";
-    capture.summary = "A tart with cream.";
-    capture.kind = CaptureKind::recipe;
-    capture.note = "Bake on Sunday";
-    capture.tags = {"baking", "lemon"};
-    capture.collectionID = kCollectionID;
-    capture.stage = CaptureStage::organized;
-    return capture;
-  }
-
   std::vector<CaptureCollection> m_collections{
       {sampleID(99), "Other", "📦", {}, {}, 1, 1, false},
-      {kCollectionID, "Tart Evenings", "🥧", {}, {}, 2, 2, false},
+      {sampleID(100), "Tart Evenings", "🥧", {}, {}, 2, 2, false},
   };
   icu::Locale m_locale{"en_US"};
   std::unique_ptr<icu::TimeZone> m_utc{icu::TimeZone::createTimeZone("UTC")};
+  Capture m_capture = sampleCapture(1, 1700000000);  // Nov 14, 2023, 22:13:20 UTC
 };
 
-TEST_F(CaptureTexts, ListingOfADescribedFiledPage) {
-  EXPECT_EQ(listing(recipe()),
-            "Lemon tart — Recipes\n"
-            "id " +
-                kID +
-                " · https://www.example.com/tart · Nov 14, 2023, 10:13\u202fPM · "
-                "🥧 Tart Evenings\n"
-                "A tart with cream.\n"
-                "Note: Bake on Sunday\n"
-                "Tags: baking, lemon");
-}
+TEST_F(CaptureTexts, ListingHasItsLinesInOrderAndSkipsWhatIsMissing) {
+  Capture recipe = m_capture;
+  recipe.url = "https://www.example.com/tart";
+  recipe.title = "Lemon tart";
+  recipe.summary = "A tart with cream.";
+  recipe.kind = CaptureKind::recipe;
+  recipe.note = "Bake on Sunday";
+  recipe.tags = {"baking", "lemon"};
+  recipe.collectionID = sampleID(100);
+  EXPECT_EQ(listing(recipe), "Lemon tart — Recipes\nid " + kID +
+                                 " · https://www.example.com/tart · Nov 14, 2023, 10:13\u202fPM · "
+                                 "🥧 Tart Evenings\nA tart with cream.\nNote: Bake on Sunday\n"
+                                 "Tags: baking, lemon");
 
-TEST_F(CaptureTexts, ListingsOfBareCapturesSkipWhatIsMissing) {
-  Capture photo = sampleCapture(1, 1700000000);
+  Capture photo = m_capture;
   photo.media = CaptureMedia::photo;
   photo.app = "";
   photo.windowTitle = "IMG_0001";
@@ -73,16 +60,17 @@ TEST_F(CaptureTexts, ListingsOfBareCapturesSkipWhatIsMissing) {
             "IMG_0001 — Photos\nid " + kID + " · Photos · Jul 4, 2021, 9:05\u202fAM");
 
   // An empty address gives way to the source name; dates follow locale and zone.
-  Capture screen = sampleCapture(1, 1700000000);
-  screen.url = "";
+  m_capture.url = "";
   const std::unique_ptr<icu::TimeZone> berlin(icu::TimeZone::createTimeZone("Europe/Berlin"));
-  EXPECT_EQ(CaptureText::listing(screen, {}, icu::Locale("de_DE"), *berlin),
+  EXPECT_EQ(CaptureText::listing(m_capture, {}, icu::Locale("de_DE"), *berlin),
             "Window 1 — Screens\nid " + kID + " · Firefox · 14.11.2023, 23:13");
 }
 
-TEST_F(CaptureTexts, FullTextOfAnOrganizedVideoHasEveryBlockInOrder) {
-  Capture video = recipe();
+TEST_F(CaptureTexts, FullTextAddsEachBlockThatAppliesInOrder) {
+  Capture video = m_capture;
   video.media = CaptureMedia::video;
+  video.stage = CaptureStage::organized;
+  EXPECT_EQ(full(video), listing(video)) << "a video without a length has no length block";
   video.duration = 12.5;
   video.highlights = {"Zest two lemons", "Bake 30 minutes"};
   video.links = {"https://example.com/a", "https://example.com/b"};
@@ -94,37 +82,25 @@ TEST_F(CaptureTexts, FullTextOfAnOrganizedVideoHasEveryBlockInOrder) {
                              "\n\nLinks:\nhttps://example.com/a\nhttps://example.com/b"
                              "\n\nSaid in it:\nplease show me the library"
                              "\n\nText on it:\nLemon tart\nBake");
+
+  m_capture.stage = CaptureStage::read;
+  m_capture.ocrText = "Quarterly figures";
+  m_capture.transcript = "";
+  m_capture.duration = 3;  // a screen capture has no video block, whatever it holds
+  EXPECT_EQ(full(m_capture), listing(m_capture) +
+                                 "\n\nText on it:\nQuarterly figures"
+                                 "\n\n(Still being read: the description may be incomplete.)");
 }
 
-TEST_F(CaptureTexts, FullTextOfACaptureStillBeingReadSaysSo) {
-  Capture read = sampleCapture(1, 1700000000);
-  read.stage = CaptureStage::read;
-  read.ocrText = "Quarterly figures";
-  read.transcript = "";
-  read.duration = 3;  // a screen capture has no video block, whatever it holds
-  EXPECT_EQ(full(read), listing(read) +
-                            "\n\nText on it:\nQuarterly figures"
-                            "\n\n(Still being read: the description may be incomplete.)");
-
-  Capture video = sampleCapture(1, 1700000000);
-  video.media = CaptureMedia::video;
-  video.stage = CaptureStage::organized;
-  EXPECT_EQ(full(video), listing(video)) << "a video without a length has no length block";
-}
-
-TEST_F(CaptureTexts, LongTextsAreCutAtFourThousandPerceivedCharacters) {
+TEST_F(CaptureTexts, FullTextCutsLongTextsAtFourThousandPerceivedCharacters) {
   // "é" as e and a combining accent: two code points, three bytes, one character.
-  const std::string accented = "e\u0301";
   std::string exactly;
-  for (int i = 0; i < 4000; ++i) exactly += accented;
-  const std::string family = "👨‍👩‍👧";  // one character of 18 bytes
-
-  Capture capture = sampleCapture(1, 1700000000);
-  capture.stage = CaptureStage::organized;
-  capture.transcript = exactly;
-  capture.ocrText = exactly + family;
-  EXPECT_EQ(full(capture),
-            listing(capture) + "\n\nSaid in it:\n" + exactly + "\n\nText on it:\n" + exactly + "…");
+  for (int i = 0; i < 4000; ++i) exactly += "e\u0301";
+  m_capture.stage = CaptureStage::organized;
+  m_capture.transcript = exactly;
+  m_capture.ocrText = exactly + "👨‍👩‍👧";  // one more character, of 18 bytes
+  EXPECT_EQ(full(m_capture), listing(m_capture) + "\n\nSaid in it:\n" + exactly +
+                                 "\n\nText on it:\n" + exactly + "…");
 }
 
 }  // namespace

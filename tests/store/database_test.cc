@@ -5,34 +5,40 @@
 #include <fstream>
 #include <thread>
 
+#include "tests/testing/failure_of.h"
 #include "tests/testing/temp_dir.h"
 
 namespace brindlemoor {
 namespace {
 
 using Value = Database::Value;
+using testing::failureOf;
 
-TEST(Database, OpensInWalModeWithForeignKeys) {
-  testing::TempDir dir;
-  Database db(dir.path() / "a.sqlite");
-  EXPECT_EQ(*db.query("PRAGMA journal_mode")[0]["journal_mode"].textValue(), "wal");
-  EXPECT_EQ(db.query("PRAGMA foreign_keys")[0]["foreign_keys"].intValue(), 1);
-  EXPECT_EQ(db.userVersion(), 0);
-  db.setUserVersion(7);
-  EXPECT_EQ(db.userVersion(), 7);
+class DatabaseTest : public ::testing::Test {
+ protected:
+  std::int64_t count() { return *m_db.query("SELECT count(*) AS n FROM t")[0]["n"].intValue(); }
+
+  testing::TempDir m_dir;
+  Database m_db{m_dir.path() / "a.sqlite"};
+};
+
+TEST_F(DatabaseTest, OpensInWalModeWithForeignKeysAndKeepsItsVersion) {
+  EXPECT_EQ(*m_db.query("PRAGMA journal_mode")[0]["journal_mode"].textValue(), "wal");
+  EXPECT_EQ(m_db.query("PRAGMA foreign_keys")[0]["foreign_keys"].intValue(), 1);
+  EXPECT_EQ(m_db.userVersion(), 0);
+  m_db.setUserVersion(7);
+  EXPECT_EQ(Database(m_dir.path() / "a.sqlite").userVersion(), 7);
 }
 
-TEST(Database, CellsKeepTheirStorageClass) {
-  testing::TempDir dir;
-  Database db(dir.path() / "a.sqlite");
-  db.execute("CREATE TABLE t (a, b, c, d, e)");
+TEST_F(DatabaseTest, CellsKeepTheirStorageClass) {
+  m_db.execute("CREATE TABLE t (a, b, c, d, e)");
   const Bytes blob{0, 1, 2, 255};
-  EXPECT_EQ(db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)",
-                   {Value(std::int64_t{1} << 40), 2.5, "it's \"quoted\" ✓", blob, Value()}),
+  EXPECT_EQ(m_db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)",
+                     {Value(std::int64_t{1} << 40), 2.5, "it's \"quoted\" ✓", blob, Value()}),
             1);
-  db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)",
-         {Value(Bytes{}), std::string("before\0after", 12), 0, Value(), Value()});
-  const auto rows = db.query("SELECT * FROM t ORDER BY rowid");
+  m_db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)",
+           {Value(Bytes{}), std::string("before\0after", 12), 0, Value(), Value()});
+  const auto rows = m_db.query("SELECT * FROM t ORDER BY rowid");
   ASSERT_EQ(rows.size(), 2u);
   EXPECT_EQ(rows[0]["a"].intValue(), std::int64_t{1} << 40);
   EXPECT_FALSE(rows[0]["b"].intValue()) << "a double is never read as an integer";
@@ -45,67 +51,53 @@ TEST(Database, CellsKeepTheirStorageClass) {
   EXPECT_EQ(*rows[1]["b"].textValue(), "before") << "text ends at its first NUL";
 }
 
-TEST(Database, FailuresNameMessageAndStatement) {
-  testing::TempDir dir;
-  Database db(dir.path() / "a.sqlite");
+TEST_F(DatabaseTest, FailuresNameMessageAndStatement) {
   const std::string sql = "SELECT * FROM missing WHERE " + std::string(200, 'x');
-  try {
-    db.query(sql);
-    FAIL() << "expected a failure";
-  } catch (const Database::Failure& failure) {
-    EXPECT_EQ(failure.message(), "no such table: missing");
-    EXPECT_EQ(failure.sql(), sql);
-    EXPECT_EQ(std::string(failure.what()),
-              "SQLite: no such table: missing — " + sql.substr(0, 120));
-  }
+  const Database::Failure failure = failureOf<Database::Failure>([&] { m_db.query(sql); });
+  EXPECT_EQ(failure.message(), "no such table: missing");
+  EXPECT_EQ(failure.sql(), sql);
+  EXPECT_EQ(std::string(failure.what()), "SQLite: no such table: missing — " + sql.substr(0, 120));
 
-  std::ofstream(dir.path() / "junk.sqlite") << std::string(8192, 'j');
-  EXPECT_THROW(Database(dir.path() / "junk.sqlite"), Database::Failure);
-  try {
-    Database(dir.path() / "missing" / "a.sqlite");
-    FAIL() << "expected a failure";
-  } catch (const Database::Failure& failure) {
-    EXPECT_EQ(failure.sql(), "open " + (dir.path() / "missing/a.sqlite").string());
-  }
+  std::ofstream(m_dir.path() / "junk.sqlite") << std::string(8192, 'j');
+  EXPECT_THROW(Database(m_dir.path() / "junk.sqlite"), Database::Failure);
+  EXPECT_EQ(
+      failureOf<Database::Failure>([&] { Database(m_dir.path() / "missing" / "a.sqlite"); }).sql(),
+      "open " + (m_dir.path() / "missing/a.sqlite").string());
 }
 
-TEST(Database, TransactionCommitsOrLeavesEverythingAsItWas) {
-  testing::TempDir dir;
-  Database db(dir.path() / "a.sqlite");
-  db.execute("CREATE TABLE t (a INTEGER NOT NULL)");
-  EXPECT_EQ(db.transaction([&] {
-    db.run("INSERT INTO t VALUES (1)");
+TEST_F(DatabaseTest, TransactionCommitsOrLeavesEverythingAsItWas) {
+  m_db.execute("CREATE TABLE t (a INTEGER NOT NULL)");
+  EXPECT_EQ(m_db.transaction([&] {
+    m_db.run("INSERT INTO t VALUES (1)");
     return 42;
   }),
             42);
-  EXPECT_THROW(db.transaction([&] {
-    db.run("INSERT INTO t VALUES (2)");
-    db.run("INSERT INTO t VALUES (NULL)");
+  EXPECT_THROW(m_db.transaction([&] {
+    m_db.run("INSERT INTO t VALUES (2)");
+    m_db.run("INSERT INTO t VALUES (NULL)");
   }),
                Database::Failure);
-  EXPECT_THROW(db.transaction([&] {
-    db.run("INSERT INTO t VALUES (3)");
+  EXPECT_THROW(m_db.transaction([&] {
+    m_db.run("INSERT INTO t VALUES (3)");
     throw std::runtime_error("the body gave up");
   }),
                std::runtime_error);
-  EXPECT_EQ(db.query("SELECT count(*) AS n FROM t")[0]["n"].intValue(), 1);
-  db.transaction([&] { db.run("INSERT INTO t VALUES (4)"); });  // no transaction was left open
+  EXPECT_EQ(count(), 1);
+  m_db.transaction([&] { m_db.run("INSERT INTO t VALUES (4)"); });  // no transaction was left open
 }
 
-// Threads sharing the connection: one's transaction that fails must take
-// nothing of the other's with it, and no transaction may start inside another.
-TEST(Database, ThreadsSharingTheConnectionKeepTheirTransactionsApart) {
-  testing::TempDir dir;
-  Database db(dir.path() / "a.sqlite");
-  db.execute("CREATE TABLE t (a INTEGER NOT NULL)");
+// One thread's transaction that fails must take nothing of the other's with
+// it, and no transaction may start inside another.
+TEST_F(DatabaseTest, ThreadsSharingTheConnectionKeepTheirTransactionsApart) {
+  m_db.execute("CREATE TABLE t (a INTEGER NOT NULL)");
   auto writer = [&](bool failing) {
     for (int i = 0; i < 1000; ++i) {
       try {
-        db.transaction([&] {
-          db.run("INSERT INTO t VALUES (1)");
+        m_db.transaction([&] {
+          m_db.run("INSERT INTO t VALUES (1)");
           std::this_thread::yield();
           if (failing) throw std::runtime_error("gave up");
-          db.run("INSERT INTO t VALUES (1)");
+          m_db.run("INSERT INTO t VALUES (1)");
         });
       } catch (const std::runtime_error&) {
       }
@@ -114,7 +106,7 @@ TEST(Database, ThreadsSharingTheConnectionKeepTheirTransactionsApart) {
   std::thread failing(writer, true);
   EXPECT_NO_THROW(writer(false));
   failing.join();
-  EXPECT_EQ(db.query("SELECT count(*) AS n FROM t")[0]["n"].intValue(), 2000);
+  EXPECT_EQ(count(), 2000);
 }
 
 }  // namespace

@@ -14,17 +14,49 @@ namespace {
 
 using testing::sampleCapture;
 using testing::sampleID;
+using Ids = std::vector<std::string>;
 
 void touch(const std::filesystem::path& path) {
   std::ofstream(path) << "x";
 }
 
 std::int64_t scalar(const std::filesystem::path& root, const std::string& sql) {
-  Database db(root / "library.sqlite");
-  return db.query(sql)[0]["n"].intValue().value_or(-1);
+  return Database(root / "library.sqlite").query(sql)[0]["n"].intValue().value_or(-1);
 }
 
-TEST(LibraryStore, AFreshRootGetsItsFoldersAndSchema) {
+std::int64_t version(const std::filesystem::path& root) {
+  return scalar(root, "SELECT user_version AS n FROM pragma_user_version");
+}
+
+// A library of version 1 with one capture, and `sql` run on it.
+void writeVersionOne(const std::filesystem::path& root, const std::string& sql) {
+  std::filesystem::create_directories(root);
+  Database db(root / "library.sqlite");
+  db.execute(internal::kSchemaVersion1);
+  db.run("INSERT INTO captures (id, created_at, app, window_title, source) VALUES (?, ?, ?, ?, ?)",
+         {sampleID(1), 100.0, "Terminal", "zsh", "Terminal"});
+  if (!sql.empty()) db.execute(sql);
+  db.setUserVersion(1);
+}
+
+template <class T>
+Ids ids(const std::vector<T>& items) {
+  Ids result;
+  for (const auto& item : items) result.push_back(item.id);
+  return result;
+}
+
+CaptureCollection collection(std::string id, double updatedAt) {
+  return {std::move(id), "Name", "📚", dateFromSeconds(1), dateFromSeconds(updatedAt), 0, 0, false};
+}
+
+class LibraryStoreTest : public ::testing::Test {
+ protected:
+  testing::TempDir m_dir;
+  LibraryStore m_store{m_dir.path()};
+};
+
+TEST(LibraryStore, AFreshRootGetsPrivateFoldersAndTheSchemaOnce) {
   testing::TempDir dir;
   const auto root = dir.path() / "deep" / "Brindlemoor";
   LibraryStore store(root);
@@ -34,9 +66,8 @@ TEST(LibraryStore, AFreshRootGetsItsFoldersAndSchema) {
   struct stat info {};
   ASSERT_EQ(::stat(root.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0700u) << "the library holds pictures of the screen";
-  EXPECT_EQ(scalar(root, "SELECT user_version AS n FROM pragma_user_version"), 2);
-  LibraryStore again(root);  // opening twice migrates nothing
-  EXPECT_EQ(again.count(), 0);
+  EXPECT_EQ(version(root), 2);
+  EXPECT_EQ(LibraryStore(root).count(), 0) << "opening again migrates nothing";
 }
 
 TEST(LibraryStore, ARootThatCannotBeMadeOrADamagedDatabaseIsAFailure) {
@@ -61,43 +92,26 @@ TEST(LibraryStore, ARootThatCannotBeMadeOrADamagedDatabaseIsAFailure) {
   EXPECT_THROW(LibraryStore(dir.path() / "good").count(), Database::Failure);
 }
 
-TEST(LibraryStore, MigratesAVersionOneLibrary) {
+TEST(LibraryStore, MigratesAVersionOneLibraryOrLeavesItWhole) {
   testing::TempDir dir;
-  {
-    Database db(dir.path() / "library.sqlite");
-    db.execute(internal::kSchemaVersion1);
-    db.run(
-        "INSERT INTO captures (id, created_at, app, window_title, source) VALUES (?, ?, ?, ?, ?)",
-        {sampleID(1), 100.0, "Terminal", "zsh", "Terminal"});
-    db.setUserVersion(1);
-  }
-  LibraryStore store(dir.path());
+  writeVersionOne(dir.path() / "a", "");
+  LibraryStore store(dir.path() / "a");
   const auto capture = store.capture(sampleID(1));
   ASSERT_TRUE(capture);
   EXPECT_EQ(capture->media, CaptureMedia::screen);
   EXPECT_EQ(capture->app, "Terminal");
   EXPECT_FALSE(capture->transcript);
-  EXPECT_EQ(scalar(dir.path(), "SELECT user_version AS n FROM pragma_user_version"), 2);
-}
+  EXPECT_EQ(version(dir.path() / "a"), 2);
 
-TEST(LibraryStore, AFailedMigrationLeavesTheOldVersionWhole) {
-  testing::TempDir dir;
-  {
-    Database db(dir.path() / "library.sqlite");
-    db.execute(internal::kSchemaVersion1);
-    db.execute("CREATE INDEX idx_captures_media ON captures(app)");  // in the way of version 2
-    db.setUserVersion(1);
-  }
-  EXPECT_THROW(LibraryStore{dir.path()}, Database::Failure);
-  EXPECT_EQ(scalar(dir.path(), "SELECT user_version AS n FROM pragma_user_version"), 1);
-  EXPECT_EQ(scalar(dir.path(),
+  writeVersionOne(dir.path() / "b", "CREATE INDEX idx_captures_media ON captures(app)");
+  EXPECT_THROW(LibraryStore{dir.path() / "b"}, Database::Failure);
+  EXPECT_EQ(version(dir.path() / "b"), 1);
+  EXPECT_EQ(scalar(dir.path() / "b",
                    "SELECT count(*) AS n FROM pragma_table_info('captures') WHERE name = 'media'"),
             0);
 }
 
-TEST(LibraryStore, ACaptureReadsBackAsItWasKept) {
-  testing::TempDir dir;
-  LibraryStore store(dir.path());
+TEST_F(LibraryStoreTest, ACaptureReadsBackAsItWasKept) {
   Capture capture = sampleCapture(1, 1700000000.25);
   capture.url = "https://www.example.com/it's/\"quoted\"";
   capture.windowTitle = "Emoji 👩‍👩‍👧 and שלום'; DROP TABLE captures; --";
@@ -108,48 +122,43 @@ TEST(LibraryStore, ACaptureReadsBackAsItWasKept) {
   capture.takenAt = dateFromSeconds(1600000000);
   capture.imageFile = "media/" + capture.id + ".jpg";
   capture.originalFile = "media/" + capture.id + "-original.mov";
-  store.insert(capture);
-  EXPECT_EQ(store.capture(capture.id), capture);
-  EXPECT_THROW(store.insert(capture), Database::Failure) << "ids are unique";
+  m_store.insert(capture);
+  EXPECT_EQ(m_store.capture(capture.id), capture);
+  EXPECT_THROW(m_store.insert(capture), Database::Failure) << "ids are unique";
 }
 
-TEST(LibraryStore, StageWritesMoveTheStageAndClearTheError) {
-  testing::TempDir dir;
-  LibraryStore store(dir.path());
-  const Capture capture = sampleCapture(1, 10);
-  store.insert(capture);
-  store.recordFailure(capture.id, "Ollama is not running", 60, dateFromSeconds(1000));
-  EXPECT_EQ(store.capture(capture.id)->lastError, "Ollama is not running");
-  EXPECT_TRUE(store.pending(dateFromSeconds(1059), 10).empty());
-  EXPECT_EQ(store.pending(dateFromSeconds(1060), 10).size(), 1u);
+TEST_F(LibraryStoreTest, StageWritesMoveTheStageAndClearTheError) {
+  const std::string id = sampleID(1);
+  m_store.insert(sampleCapture(1, 10));
+  m_store.recordFailure(id, "Ollama is not running", 60, dateFromSeconds(1000));
+  EXPECT_EQ(m_store.capture(id)->lastError, "Ollama is not running");
+  EXPECT_TRUE(m_store.pending(dateFromSeconds(1059), 10).empty());
+  EXPECT_EQ(m_store.pending(dateFromSeconds(1060), 10).size(), 1u);
 
-  store.setRead(capture.id, "text on screen", std::nullopt);
-  EXPECT_FALSE(store.capture(capture.id)->lastError);
+  m_store.setRead(id, "text on screen", std::nullopt);
+  EXPECT_FALSE(m_store.capture(id)->lastError);
 
   // A retry's description replaces the tags whole; highlights that can't be
   // encoded are stored empty.
-  store.setDescribed(capture.id, {"A", "", CaptureKind::recipe, {"Soup", "Winter"}, {"hot"}, {}});
-  store.setDescribed(capture.id,
-                     {"A", "", CaptureKind::other, {"#Beta ", "alpha", "beta"}, {"bad \xff"}, {}});
-  const auto read = store.capture(capture.id);
+  m_store.setDescribed(id, {"A", "", CaptureKind::recipe, {"Soup", "Winter"}, {"hot"}, {}});
+  m_store.setDescribed(
+      id, {"A", "", CaptureKind::other, {"#Beta ", "alpha", "beta"}, {"bad \xff"}, {}});
+  const auto read = m_store.capture(id);
   EXPECT_EQ(read->stage, CaptureStage::described);
-  EXPECT_EQ(read->tags, (std::vector<std::string>{"alpha", "beta"}));
+  EXPECT_EQ(read->tags, (Ids{"alpha", "beta"}));
   EXPECT_TRUE(read->highlights.empty());
 
-  store.setEmbedding(capture.id, "m1",
-                     {{VectorSpace::look, {1, 0}}, {VectorSpace::meaning, {0, 1}}});
-  store.setEmbedding(capture.id, "m2", {{VectorSpace::look, {0.5f, 0.5f, 0.25f}}});
-  EXPECT_EQ(store.capture(capture.id)->stage, CaptureStage::embedded);
-  EXPECT_EQ(store.vector(capture.id, VectorSpace::look), (std::vector<float>{0.5f, 0.5f, 0.25f}));
-  EXPECT_EQ(store.vectors("m1", VectorSpace::look).size(), 0u) << "the later vector replaced it";
-  EXPECT_EQ(store.vectors("m1", VectorSpace::meaning).size(), 1u);
+  m_store.setEmbedding(id, "m1", {{VectorSpace::look, {1, 0}}, {VectorSpace::meaning, {0, 1}}});
+  m_store.setEmbedding(id, "m2", {{VectorSpace::look, {0.5f, 0.5f, 0.25f}}});
+  EXPECT_EQ(m_store.capture(id)->stage, CaptureStage::embedded);
+  EXPECT_EQ(m_store.vector(id, VectorSpace::look), (std::vector<float>{0.5f, 0.5f, 0.25f}));
+  EXPECT_EQ(m_store.vectors("m1", VectorSpace::look).size(), 0u) << "the later vector replaced it";
+  EXPECT_EQ(m_store.vectors("m1", VectorSpace::meaning).size(), 1u);
 }
 
-TEST(LibraryStore, RowMappingGivesDefaultsForMissingAndIllTypedCells) {
-  testing::TempDir dir;
-  LibraryStore store(dir.path());
+TEST_F(LibraryStoreTest, RowMappingGivesDefaultsForMissingAndIllTypedCells) {
   {
-    Database db(dir.path() / "library.sqlite");
+    Database db(m_dir.path() / "library.sqlite");
     db.execute(
         "INSERT INTO captures (id, created_at, app, width, height, stage, kind, highlights, links, "
         "favorite, media, duration, taken_at, title) VALUES ('" +
@@ -159,7 +168,7 @@ TEST(LibraryStore, RowMappingGivesDefaultsForMissingAndIllTypedCells) {
     db.execute("INSERT INTO vectors VALUES ('" + sampleID(1) +
                "', 'look', 'm', 9, X'00000000AABBCC')");
   }
-  const auto read = store.capture(sampleID(1));
+  const auto read = m_store.capture(sampleID(1));
   ASSERT_TRUE(read);
   EXPECT_EQ(secondsSince1970(read->createdAt), 42);
   EXPECT_EQ(read->app, "") << "a blob is no text";
@@ -174,62 +183,164 @@ TEST(LibraryStore, RowMappingGivesDefaultsForMissingAndIllTypedCells) {
   EXPECT_FALSE(read->duration);
   EXPECT_EQ(read->takenAt, dateFromSeconds(5));
   EXPECT_FALSE(read->title);
-  EXPECT_EQ(store.vector(sampleID(1), VectorSpace::look), std::vector<float>{0.0f})
+  EXPECT_EQ(m_store.vector(sampleID(1), VectorSpace::look), std::vector<float>{0.0f})
       << "seven bytes hold one whole float";
 }
 
-TEST(LibraryStore, DeleteRemovesTheRowItsCompanionsAndItsFiles) {
-  testing::TempDir dir;
-  LibraryStore store(dir.path());
+TEST_F(LibraryStoreTest, DeleteRemovesTheRowItsCompanionsAndItsFiles) {
   Capture capture = sampleCapture(1, 10);
   capture.media = CaptureMedia::photo;
   capture.imageFile = "media/" + capture.id + ".jpg";
   capture.originalFile = "media/" + capture.id + "-original.heic";
-  store.insert(capture);
-  store.setTags(capture.id, {"a"});
-  store.setEmbedding(capture.id, "m", {{VectorSpace::look, {1}}});
-  for (const auto& file :
-       {store.thumbURL(capture.id), store.imageURL(capture), *store.originalURL(capture)}) {
-    touch(file);
-  }
-  store.deleteCapture(capture.id);
-  EXPECT_FALSE(store.capture(capture.id));
-  EXPECT_FALSE(std::filesystem::exists(store.thumbURL(capture.id)));
-  EXPECT_FALSE(std::filesystem::exists(store.imageURL(capture)));
-  EXPECT_FALSE(std::filesystem::exists(*store.originalURL(capture)));
-  EXPECT_EQ(scalar(dir.path(), "SELECT count(*) AS n FROM capture_tags"), 0);
-  EXPECT_EQ(scalar(dir.path(), "SELECT count(*) AS n FROM vectors"), 0);
-  EXPECT_TRUE(store.textSearch("window", 10).empty());
+  m_store.insert(capture);
+  m_store.setTags(capture.id, {"a"});
+  m_store.setEmbedding(capture.id, "m", {{VectorSpace::look, {1}}});
+  const std::vector<std::filesystem::path> files = {
+      m_store.thumbURL(capture.id), m_store.imageURL(capture), *m_store.originalURL(capture)};
+  for (const auto& file : files) touch(file);
+  m_store.deleteCapture(capture.id);
+  EXPECT_FALSE(m_store.capture(capture.id));
+  for (const auto& file : files) EXPECT_FALSE(std::filesystem::exists(file)) << file;
+  EXPECT_EQ(scalar(m_dir.path(), "SELECT count(*) AS n FROM capture_tags"), 0);
+  EXPECT_EQ(scalar(m_dir.path(), "SELECT count(*) AS n FROM vectors"), 0);
+  EXPECT_TRUE(m_store.textSearch("window", 10).empty());
 
   // An unknown id still clears the files its id would name.
-  const std::string stranger = sampleID(2);
-  touch(store.sheetURL(stranger));
-  EXPECT_NO_THROW(store.deleteCapture(stranger));
-  EXPECT_FALSE(std::filesystem::exists(store.sheetURL(stranger)));
+  touch(m_store.sheetURL(sampleID(2)));
+  EXPECT_NO_THROW(m_store.deleteCapture(sampleID(2)));
+  EXPECT_FALSE(std::filesystem::exists(m_store.sheetURL(sampleID(2))));
 }
 
-TEST(LibraryStore, FullTextRowsStayOneACaptureWhenRowidsWereRenumbered) {
-  testing::TempDir dir;
-  LibraryStore store(dir.path());
-  for (int n = 1; n <= 3; ++n) store.insert(sampleCapture(n, n));
+TEST_F(LibraryStoreTest, TextSearchFindsEveryIndexedFieldByPrefix) {
+  Capture a = sampleCapture(1, 10);
+  a.url = "https://www.lisbon-guide.example/trams";
+  m_store.insert(a);
+  m_store.insert(sampleCapture(2, 20));
+  m_store.insert(sampleCapture(3, 30));
+  m_store.setRead(sampleID(2), "Invoice number 4471 from Acme", std::string("spoken words here"));
+  m_store.setDescribed(sampleID(3),
+                       {"Pastéis de nata", "Custard tarts", CaptureKind::food, {"baking"}, {}, {}});
+  m_store.setNote(sampleID(1), "remember the yellow tram");
+
+  EXPECT_EQ(ids(m_store.textSearch("lisbon", 10)), Ids{sampleID(1)});
+  EXPECT_EQ(ids(m_store.textSearch("invo 4471", 10)), Ids{sampleID(2)});
+  EXPECT_EQ(ids(m_store.textSearch("SPOKEN", 10)), Ids{sampleID(2)});
+  EXPECT_EQ(ids(m_store.textSearch("pasteis", 10)), Ids{sampleID(3)}) << "diacritics are folded";
+  EXPECT_TRUE(m_store.textSearch("invoice tram", 10).empty()) << "every word must match";
+  EXPECT_EQ(m_store.textSearch("firefox", 2).size(), 2u) << "the app is indexed, and limited";
+  EXPECT_TRUE(m_store.textSearch("the page", 10).empty());
+  for (const char* hostile : {"\"", "NEAR(\"a\" \"b\")", "* OR *", "x' OR '1'='1", "\xff\xfe"}) {
+    EXPECT_NO_THROW(m_store.textSearch(hostile, 10)) << hostile;
+  }
+  m_store.setTags(sampleID(3), {"Portugal"});
+  EXPECT_EQ(ids(m_store.textSearch("portugal", 10)), Ids{sampleID(3)});
+  EXPECT_TRUE(m_store.textSearch("baking", 10).empty()) << "the full-text row was rewritten";
+}
+
+TEST_F(LibraryStoreTest, FullTextRowsStayOneACaptureWhenRowidsWereRenumbered) {
+  for (int n = 1; n <= 3; ++n) m_store.insert(sampleCapture(n, n));
   {
     // As after a VACUUM that renumbered the captures: the full-text rows sit at
     // other rowids, and capture 1's rowid now holds capture 2's row.
-    Database db(dir.path() / "library.sqlite");
+    Database db(m_dir.path() / "library.sqlite");
     db.execute("UPDATE captures_fts SET rowid = rowid + 100");
     db.run("UPDATE captures_fts SET rowid = (SELECT rowid FROM captures WHERE id = ?) WHERE id = ?",
            {sampleID(1), sampleID(2)});
   }
-  store.setNote(sampleID(1), "marmalade");
-  store.setNote(sampleID(2), "quince");
-  store.setNote(sampleID(3), "medlar");
-  for (const char* word : {"marmalade", "quince", "medlar"}) {
-    EXPECT_EQ(store.textSearch(word, 10).size(), 1u) << word;
+  const Ids notes = {"marmalade", "quince", "medlar"};
+  for (int n = 1; n <= 3; ++n) m_store.setNote(sampleID(n), notes[n - 1]);
+  for (const std::string& word : notes) EXPECT_EQ(m_store.textSearch(word, 10).size(), 1u) << word;
+  EXPECT_EQ(m_store.textSearch("window", 10).size(), 3u);
+  m_store.deleteCapture(sampleID(2));
+  EXPECT_TRUE(m_store.textSearch("quince", 10).empty());
+  EXPECT_EQ(scalar(m_dir.path(), "SELECT count(*) AS n FROM captures_fts"), 2);
+}
+
+TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstAndCountsOfScreenSources) {
+  Capture photo = sampleCapture(1, 10);
+  photo.media = CaptureMedia::photo;
+  photo.app = "Photos";
+  Capture site = sampleCapture(2, 20);
+  site.url = "https://www.example.org/";
+  Capture terminal = sampleCapture(3, 30);
+  terminal.app = "Terminal";
+  Capture older = terminal;
+  older.id = sampleID(4);
+  older.createdAt = dateFromSeconds(5);
+  for (const auto& capture : {photo, site, terminal, older}) m_store.insert(capture);
+  m_store.insertCollection(collection("c1", 5));
+  m_store.setCollection(sampleID(2), "c1");
+  m_store.setFavorite(sampleID(3), true);
+  m_store.setDescribed(sampleID(1), {"T", "", CaptureKind::place, {}, {}, {}});
+
+  using F = LibraryFilter;
+  const std::vector<std::pair<LibraryFilter, Ids>> cases = {
+      {F::recent(), {sampleID(3), sampleID(2), sampleID(1), sampleID(4)}},
+      {F::collection("c1"), {sampleID(2)}},
+      {F::unsorted(), {sampleID(3), sampleID(1), sampleID(4)}},
+      {F::favorites(), {sampleID(3)}},
+      {F::kind(CaptureKind::place), {sampleID(1)}},
+      {F::source("example.org"), {sampleID(2)}},
+      {F::source("Photos"), {sampleID(1)}},
+      {F::since(dateFromSeconds(20)), {sampleID(3), sampleID(2)}},
+      {F::media(CaptureMedia::photo), {sampleID(1)}},
+  };
+  for (const auto& [filter, expected] : cases)
+    EXPECT_EQ(ids(m_store.captures(10, filter)), expected);
+  // An imported photo is no source of the screen.
+  EXPECT_EQ(m_store.sourceCounts(30), (std::vector<std::pair<std::string, std::int64_t>>{
+                                          {"Terminal", 2}, {"example.org", 1}}));
+  EXPECT_EQ(m_store.mediaCounts(), (std::map<CaptureMedia, std::int64_t>{
+                                       {CaptureMedia::screen, 3}, {CaptureMedia::photo, 1}}));
+}
+
+TEST_F(LibraryStoreTest, SmallWritesKeepNotesTagsAndFavorites) {
+  const std::string id = sampleID(1);
+  m_store.insert(sampleCapture(1, 10));
+  const std::string big(1 << 20, 'n');
+  const std::vector<std::pair<std::optional<std::string>, std::optional<std::string>>> notes = {
+      {"  \n\t ", std::nullopt}, {"  kept  ", "kept"}, {big, big}, {std::nullopt, std::nullopt}};
+  for (const auto& [note, kept] : notes) {
+    m_store.setNote(id, note);
+    EXPECT_EQ(m_store.capture(id)->note, kept);
   }
-  EXPECT_EQ(store.textSearch("window", 10).size(), 3u);
-  store.deleteCapture(sampleID(2));
-  EXPECT_TRUE(store.textSearch("quince", 10).empty());
-  EXPECT_EQ(scalar(dir.path(), "SELECT count(*) AS n FROM captures_fts"), 2);
+  m_store.setTags(id, {"Travel", "travel ", "#travel", "###", "\n#ÜBER\t", "a#b"});
+  EXPECT_EQ(m_store.capture(id)->tags, (Ids{"a#b", "travel", "über"}));
+  EXPECT_NO_THROW(m_store.setFavorite(sampleID(9), true));
+  EXPECT_THROW(m_store.setTags(sampleID(9), {"x"}), Database::Failure)
+      << "tags of a capture that doesn't exist break the foreign key";
+}
+
+TEST_F(LibraryStoreTest, CollectionsCountTheirCapturesAndStayUserNamed) {
+  for (const auto& [id, updatedAt] : {std::pair("old", 100), {"new", 200}, {"empty", 300}}) {
+    m_store.insertCollection(collection(id, updatedAt));
+  }
+  for (int n = 1; n <= 3; ++n) m_store.insert(sampleCapture(n, n));
+  m_store.setCollection(sampleID(1), "old");
+  m_store.setCollection(sampleID(2), "old");
+  m_store.moveCapture(sampleID(3), "new");
+  EXPECT_EQ(m_store.capture(sampleID(3))->stage, CaptureStage::captured)
+      << "a move keeps the stage";
+  EXPECT_EQ(m_store.capture(sampleID(1))->stage, CaptureStage::organized);
+
+  auto all = m_store.collections();
+  EXPECT_EQ(ids(all), (Ids{"empty", "new", "old"}));
+  EXPECT_EQ(all[2].count, 2);
+
+  m_store.renameCollection("old", "Mine", "🍋", 2, true);
+  m_store.renameCollection("old", "Automatic", "🤖", 3, false);
+  all = m_store.collections();
+  EXPECT_EQ(all[0].id, "old") << "a rename brings it to the top";
+  EXPECT_EQ(all[0].name, "Automatic");
+  EXPECT_TRUE(all[0].userNamed) << "once named by the user, always";
+  m_store.touchCollection("new");
+  EXPECT_EQ(m_store.collections()[0].id, "new");
+
+  m_store.dropEmptyCollections();
+  EXPECT_EQ(m_store.collections().size(), 2u);
+  for (int n = 1; n <= 3; ++n) m_store.deleteCapture(sampleID(n));
+  m_store.dropEmptyCollections();
+  EXPECT_TRUE(m_store.collections().empty());
 }
 
 TEST(LibraryStore, DefaultRootFollowsXdgDataHome) {

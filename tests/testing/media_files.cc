@@ -131,37 +131,20 @@ Sound tone(double seconds, double hertz, int sampleRate) {
 
 Sound readWav(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
-  const std::vector<char> bytes((std::istreambuf_iterator<char>(file)), {});
+  const std::string bytes((std::istreambuf_iterator<char>(file)), {});
   const auto u16 = [&](std::size_t at) {
-    return static_cast<unsigned>(static_cast<std::uint8_t>(bytes[at]) |
-                                 static_cast<std::uint8_t>(bytes[at + 1]) << 8);
+    return static_cast<std::uint16_t>(static_cast<std::uint8_t>(bytes[at]) |
+                                      static_cast<std::uint8_t>(bytes[at + 1]) << 8);
   };
-  const auto u32 = [&](std::size_t at) { return u16(at) | u16(at + 2) << 16; };
-  if (bytes.size() < 12 || std::string(bytes.data(), 4) != "RIFF" ||
-      std::string(bytes.data() + 8, 4) != "WAVE") {
-    throw std::runtime_error(path.string() + " is no WAV file");
+  if (bytes.size() < 44 || bytes.compare(0, 4, "RIFF") != 0 ||
+      bytes.compare(8, 8, "WAVEfmt ") != 0 || u16(20) != 1 || u16(22) != 1 || u16(34) != 16) {
+    throw std::runtime_error(path.string() + " is no 16-bit mono PCM WAV file");
   }
-  Sound sound;
-  unsigned channels = 0;
-  for (std::size_t at = 12; at + 8 <= bytes.size();) {
-    const std::string id(bytes.data() + at, 4);
-    // espeak-ng writes a data size of 0x7fffffff when it streams.
-    const std::size_t size = std::min<std::size_t>(u32(at + 4), bytes.size() - at - 8);
-    if (id == "fmt " && size >= 16) {
-      if (u16(at + 8) != 1 || u16(at + 22) != 16) {
-        throw std::runtime_error(path.string() + " isn't 16-bit PCM");
-      }
-      channels = u16(at + 10);
-      sound.sampleRate = static_cast<int>(u32(at + 12));
-    } else if (id == "data" && channels > 0) {
-      for (std::size_t i = at + 8; i + 2 * channels <= at + 8 + size; i += 2 * channels) {
-        sound.samples.push_back(static_cast<std::int16_t>(u16(i)));
-      }
-      return sound;
-    }
-    at += 8 + size + (size & 1);
+  Sound sound{u16(24) | u16(26) << 16, {}};
+  for (std::size_t at = 44; at + 1 < bytes.size(); at += 2) {
+    sound.samples.push_back(static_cast<std::int16_t>(u16(at)));
   }
-  throw std::runtime_error(path.string() + " has no sound");
+  return sound;
 }
 
 std::vector<std::uint8_t> blackPng(int width, int height) {

@@ -22,8 +22,9 @@ struct Sound {
 // A sine tone at half of full scale.
 Sound tone(double seconds, double hertz, int sampleRate = 16000);
 
-// The first channel of a 16-bit PCM WAV file, such as `espeak-ng -w` writes.
-// Throws std::runtime_error when the file isn't one.
+// A 16-bit mono PCM WAV file with the plain header of 44 bytes that both
+// `espeak-ng -w` and our own export write. Throws std::runtime_error when the
+// file isn't one.
 Sound readWav(const std::filesystem::path& path);
 
 // `words` as espeak-ng says them, in the voice and pace that the recogniser

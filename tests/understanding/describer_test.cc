@@ -17,24 +17,6 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-// The fixed end of every prompt, written out here on its own so that a change
-// of a single word in the program shows.
-std::string promptTail(const std::string& excerpt) {
-  return "\n\"\"\"\n" + excerpt +
-         "\n\"\"\"\n\nAnswer with this JSON object:\n"
-         "{\"title\": \"the subject itself in 2 to 7 words, like a good bookmark (e.g. 'Espresso', "
-         "'Refunding Stripe payments'); not the site or app name\",\n"
-         " \"summary\": \"one or two sentences about the content itself; never start with 'A "
-         "screenshot' or 'A page'\",\n"
-         " \"kind\": \"one of: article, code, design, chat, email, document, spreadsheet, slides, "
-         "product, receipt, recipe, food, place, video, social, data, idea, other\",\n"
-         " \"tags\": [\"2 to 5 short lowercase topic tags about the subject (not the website, app "
-         "or 'screenshot')\"],\n"
-         " \"highlights\": [\"up to 3 short passages copied exactly from the screen that are worth "
-         "remembering\"],\n"
-         " \"links\": [\"URLs visible on the screen, if any\"]}";
-}
-
 std::string repeated(std::string_view piece, int times) {
   std::string result;
   for (int i = 0; i < times; ++i) result += piece;
@@ -60,78 +42,74 @@ TEST(DescriberExcerpt, IsTrimmedTextCutAfter3000UserPerceivedCharacters) {
   EXPECT_EQ(Describer::excerpt(std::string(2999, 'a') + "  b"), std::string(2999, 'a') + " …");
 }
 
-class DescriberPrompt : public ::testing::Test {
- protected:
-  const icu::Locale m_locale{"en_US"};
-  const std::unique_ptr<icu::TimeZone> m_newYork{icu::TimeZone::createTimeZone("America/New_York")};
-  // 2024-03-05 20:07:00 UTC, 3:07 PM in New York.
-  const Date m_taken = dateFromSeconds(1709669220);
-
-  std::string prompt(const Describer::Context& context, const std::string& excerpt) const {
-    return Describer::prompt(context, excerpt, m_locale, *m_newYork);
-  }
-};
-
-TEST_F(DescriberPrompt, ScreenNamesAppWindowAndAddress) {
-  Describer::Context context;
-  context.app = "Firefox";
-  context.windowTitle = "Espresso - Larkspur";
-  context.url = "https://en.larkspur.org/wiki/Espresso";
-  // What only imported media have is not the screen's.
-  context.takenAt = m_taken;
-  context.transcript = "hello";
-  EXPECT_EQ(prompt(context, "Espresso is coffee"),
-            "App: Firefox\nWindow: Espresso - Larkspur\n"
-            "URL: https://en.larkspur.org/wiki/Espresso\n"
-            "Text read from the screen (may be partial):" +
-                promptTail("Espresso is coffee"));
-}
-
-TEST_F(DescriberPrompt, PhotoWithDateInTheGivenLocaleAndZone) {
-  Describer::Context context;
-  context.media = CaptureMedia::photo;
-  context.app = "Photos";
-  context.windowTitle = "IMG_0042";
-  context.takenAt = m_taken;
-  EXPECT_EQ(prompt(context, "(none)"),
-            "This is a photo (file \"IMG_0042\"). Taken March 5, 2024 at 3:07\u202FPM. Describe "
-            "what it shows: the subject, the place, the moment, any text in it.\n"
-            "Text read from the photo (may be empty):" +
-                promptTail("(none)"));
-  const std::unique_ptr<icu::TimeZone> berlin(icu::TimeZone::createTimeZone("Europe/Berlin"));
-  const std::string german = Describer::prompt(context, "x", icu::Locale("de_DE"), *berlin);
-  EXPECT_NE(german.find(" Taken 5. März 2024 um 21:07."), std::string::npos) << german;
-}
-
-TEST_F(DescriberPrompt, VideoWithLengthDateAndTranscript) {
-  Describer::Context context;
-  context.media = CaptureMedia::video;
-  context.windowTitle = "a";
-  context.duration = 12.5;
-  context.takenAt = m_taken;
-  context.transcript = "  and then we add the milk\n";
-  EXPECT_EQ(prompt(context, "(none)"),
-            "This is a video (file \"a\") 13 seconds long. Taken March 5, 2024 at 3:07\u202FPM. "
-            "The image shows key frames in order, left to right, top to bottom. Describe what "
-            "happens in it.\nWhat is said in it:\n\"\"\"\nand then we add the milk\n\"\"\"\n"
-            "Text read from the frames (may be empty):" +
-                promptTail("(none)"));
-}
-
-TEST_F(DescriberPrompt, MarksWhatIsNotKnown) {
+TEST(DescriberPrompt, SaysWhatTheMediaKnowsAndAsksForEveryFieldAndKind) {
+  const icu::Locale english("en_US");
+  const std::unique_ptr<icu::TimeZone> newYork(icu::TimeZone::createTimeZone("America/New_York"));
+  const Date taken = dateFromSeconds(1709669220);  // 2024-03-05 20:07 UTC, 3:07 PM in New York
   Describer::Context screen;
-  screen.app = "Terminal";
-  EXPECT_TRUE(prompt(screen, "x").starts_with("App: Terminal\nWindow: (untitled)\nText read"));
+  screen.app = "Firefox";
+  screen.windowTitle = "Espresso - Larkspur";
+  screen.url = "https://en.larkspur.org/wiki/Espresso";
+  // What only imported media have is not the screen's.
+  screen.takenAt = taken;
+  screen.transcript = "hello";
+  Describer::Context untitled;
+  untitled.app = "Terminal";
+  Describer::Context photo;
+  photo.media = CaptureMedia::photo;
+  photo.windowTitle = "IMG_0042";
+  photo.takenAt = taken;
   Describer::Context video;
   video.media = CaptureMedia::video;
   video.windowTitle = "a.mov";
-  video.duration = 0.4;
-  video.transcript = "";
-  const std::string text = prompt(video, "x");
-  EXPECT_NE(text.find("(file \"a.mov\") 0 seconds long. The image"), std::string::npos) << text;
-  EXPECT_NE(text.find("happens in it.\nWhat is said in it:\n\"\"\"\n(none)\n\"\"\"\nText read"),
-            std::string::npos)
-      << text;
+  video.duration = 12.5;
+  video.takenAt = taken;
+  video.transcript = "  and then we add the milk\n";
+  Describer::Context silent = video;
+  silent.duration = 0.4;
+  silent.takenAt.reset();
+  silent.transcript = "";
+
+  const std::vector<std::pair<Describer::Context, std::string>> cases = {
+      {screen,
+       "App: Firefox\nWindow: Espresso - Larkspur\nURL: https://en.larkspur.org/wiki/Espresso\n"
+       "Text read from the screen (may be partial):"},
+      {untitled, "App: Terminal\nWindow: (untitled)\nText read from the screen (may be partial):"},
+      {photo, "This is a photo (file \"IMG_0042\"). Taken March 5, 2024 at 3:07\u202FPM. Describe"},
+      {video,
+       "This is a video (file \"a.mov\") 13 seconds long. Taken March 5, 2024 at 3:07\u202FPM. "
+       "The image shows key frames"},
+      {silent, "This is a video (file \"a.mov\") 0 seconds long. The image shows key frames"},
+  };
+  for (const auto& [context, head] : cases) {
+    const std::string prompt = Describer::prompt(context, "Espresso is coffee", english, *newYork);
+    EXPECT_TRUE(prompt.starts_with(head)) << prompt;
+    EXPECT_NE(prompt.find(":\n\"\"\"\nEspresso is coffee\n\"\"\"\n\nAnswer with this JSON object:\n"
+                          "{\"title\": "),
+              std::string::npos)
+        << prompt;
+  }
+  const std::string asked = Describer::prompt(screen, "x", english, *newYork);
+  EXPECT_EQ(asked.find("hello"), std::string::npos) << "a screen has nothing said in it";
+  for (const char* field : {"\"summary\": ", "\"tags\": [", "\"highlights\": [", "\"links\": ["}) {
+    EXPECT_NE(asked.find(field), std::string::npos) << field;
+  }
+  // Every kind, in the order of all().
+  std::string kinds = "\"kind\": \"one of:";
+  for (const CaptureKind kind : CaptureKind::all()) kinds += " " + std::string(kind.raw()) + ",";
+  kinds.back() = '"';
+  EXPECT_NE(asked.find(kinds), std::string::npos) << asked;
+  EXPECT_NE(Describer::prompt(video, "x", english, *newYork)
+                .find("\nWhat is said in it:\n\"\"\"\nand then we add the milk\n\"\"\"\nText read "
+                      "from the frames (may be empty):"),
+            std::string::npos);
+  EXPECT_NE(Describer::prompt(silent, "x", english, *newYork)
+                .find("\nWhat is said in it:\n\"\"\"\n(none)\n\"\"\"\n"),
+            std::string::npos);
+  const std::unique_ptr<icu::TimeZone> berlin(icu::TimeZone::createTimeZone("Europe/Berlin"));
+  EXPECT_NE(Describer::prompt(photo, "x", icu::Locale("de_DE"), *berlin)
+                .find(" Taken 5. März 2024 um 21:07."),
+            std::string::npos);
 }
 
 TEST(DescriberWithoutSiteName, DropsOnlyATrailingSiteNameOfAHostOfTwoLabels) {
@@ -162,19 +140,22 @@ TEST(DescriberWithoutPreamble, DropsStockOpeningsFollowedByMoreText) {
 
 const std::optional<std::string> kNoUrl;
 
+CaptureDescription parsed(const std::string& reply, std::string_view seen = "",
+                          const std::optional<std::string>& url = std::nullopt) {
+  return Describer::parse(reply, seen, url, "x");
+}
+
 TEST(DescriberParse, AReplyWithoutAnObjectIsNotJSONWithItsStartAsValidText) {
-  try {
-    Describer::parse("I cannot help with that.", "", kNoUrl, "x");
-    FAIL() << "no error";
-  } catch (const Describer::ParseError& error) {
-    EXPECT_STREQ(error.what(), "notJSON(\"I cannot help with that.\")");
-  }
-  try {
-    Describer::parse(repeated("é\xFF", 5'000'000), "", kNoUrl, "x");
-    FAIL() << "no error";
-  } catch (const Describer::ParseError& error) {
-    EXPECT_EQ(error.text(), repeated("é\uFFFD", 100));
-    EXPECT_TRUE(isValidUtf8(error.what()));
+  for (const std::string& reply :
+       {std::string("I cannot help with that."), repeated("é\xFF", 5'000'000)}) {
+    try {
+      parsed(reply);
+      ADD_FAILURE() << "no error";
+    } catch (const Describer::ParseError& error) {
+      EXPECT_EQ(error.what(), "notJSON(\"" + error.text() + "\")");
+      EXPECT_EQ(error.text(), reply.size() < 200 ? reply : repeated("é\uFFFD", 100));
+      EXPECT_TRUE(isValidUtf8(error.what()));
+    }
   }
 }
 
@@ -186,17 +167,15 @@ TEST(DescriberParse, MissingOrIllTypedMembersLeaveOnlyTheFallbackTitle) {
                                  "highlights": {"0": "a"}, "links": null})",
                              "a", kNoUrl, "Fallback"),
             fallback);
-  EXPECT_EQ(
-      Describer::parse(R"({"tags": [1, "tea", null, ["x"], {"y": 2}, "mint"]})", "", kNoUrl, "x")
-          .tags,
-      (Strings{"tea", "mint"}));
+  EXPECT_EQ(parsed(R"({"tags": [1, "tea", null, ["x"], {"y": 2}, "mint"]})").tags,
+            (Strings{"tea", "mint"}));
 }
 
 TEST(DescriberParse, TitleAndSummaryAreCleanedAndStripped) {
-  const auto description = Describer::parse(
+  const auto description = parsed(
       R"({"title": " \"Espresso\n- Larkspur\" ", "summary": "A screenshot of the  guide\nto espresso.",
           "kind": " Slack\n"})",
-      "", "https://en.larkspur.org/wiki/Espresso", "x");
+      "", "https://en.larkspur.org/wiki/Espresso");
   EXPECT_EQ(description.title, "Espresso");
   EXPECT_EQ(description.summary, "Guide to espresso.");
   EXPECT_EQ(description.kind, CaptureKind::chat);
@@ -204,8 +183,7 @@ TEST(DescriberParse, TitleAndSummaryAreCleanedAndStripped) {
             "Refunds");
   // The summary is bounded before its preamble goes.
   const nlohmann::json paged = {{"summary", "Page " + std::string(500, 'x')}};
-  EXPECT_EQ(Describer::parse(paged.dump(), "", kNoUrl, "x").summary,
-            "X" + std::string(393, 'x') + "…");
+  EXPECT_EQ(parsed(paged.dump()).summary, "X" + std::string(393, 'x') + "…");
 }
 
 TEST(DescriberParse, TagsAreLowerCasedDistinctShortAndAtMostFive) {
@@ -213,7 +191,7 @@ TEST(DescriberParse, TagsAreLowerCasedDistinctShortAndAtMostFive) {
       {"tags",
        {"#Coffee", "coffee", " COFFEE \n", "##", std::string(33, 'a'), "  Latte Art#",
         std::string(32, 'b'), repeated("ü", 32), "d", "e"}}};
-  EXPECT_EQ(Describer::parse(reply.dump(), "", kNoUrl, "x").tags,
+  EXPECT_EQ(parsed(reply.dump()).tags,
             (Strings{"coffee", "latte art", std::string(32, 'b'), repeated("ü", 32), "d"}));
 }
 
@@ -222,8 +200,8 @@ TEST(DescriberParse, HighlightsMustBeFoundOnTheCapture) {
   const nlohmann::json reply = {
       {"highlights",
        {"Free shipping forever", "Total: $12.00", "!!!", "", "Paid\nby card", long400, "one"}}};
-  const auto description = Describer::parse(
-      reply.dump(), "ORDER 1234\ntotal 12 00\npaid BY CARD one " + long400, kNoUrl, "x");
+  const auto description =
+      parsed(reply.dump(), "ORDER 1234\ntotal 12 00\npaid BY CARD one " + long400);
   // Invented ones use up no places; the model's cleaned text is kept, not the
   // screen's; a long one is cut before it is looked for.
   EXPECT_EQ(description.highlights,
@@ -231,25 +209,20 @@ TEST(DescriberParse, HighlightsMustBeFoundOnTheCapture) {
 }
 
 TEST(DescriberParse, LinksAreTheCapturesOwnAddressAndProvedOnesWithAScheme) {
-  EXPECT_EQ(
-      Describer::parse(R"({"links": ["https://larkspur.org/espresso", "b.org", "c.org",
-                                           "d.org", "e.org", "f.org", "g.org"]})",
-                       "b.org c.org d.org e.org f.org g.org", "https://larkspur.org/espresso", "x")
-          .links,
-      (Strings{"https://larkspur.org/espresso", "https://b.org", "https://c.org", "https://d.org",
-               "https://e.org", "https://f.org"}));
-
-  const auto reply = R"({"links": ["larkspur.org/a).", "http://Larkspur.org/b;", "httplark.org",
-                                   "https://invented.org", "mailto:a@b.org", "not a link",
-                                   "https://larkspur.org/a"]})";
-  EXPECT_EQ(
-      Describer::parse(reply, "see LARKSPUR.ORG/A, larkspur.org/b and httplark.org", kNoUrl, "x")
-          .links,
-      (Strings{"https://larkspur.org/a", "http://Larkspur.org/b", "httplark.org"}));
-  EXPECT_EQ(
-      Describer::parse(R"({"links": ["file:///etc/passwd"]})", "etcpasswd", "about:blank", "x")
-          .links,
-      Strings{});
+  EXPECT_EQ(parsed(R"({"links": ["https://larkspur.org/espresso", "b.org", "c.org", "d.org",
+                                 "e.org", "f.org", "g.org"]})",
+                   "b.org c.org d.org e.org f.org g.org", "https://larkspur.org/espresso")
+                .links,
+            (Strings{"https://larkspur.org/espresso", "https://b.org", "https://c.org",
+                     "https://d.org", "https://e.org", "https://f.org"}));
+  EXPECT_EQ(parsed(R"({"links": ["larkspur.org/a).", "http://Larkspur.org/b;", "httplark.org",
+                                 "https://invented.org", "mailto:a@b.org", "not a link",
+                                 "https://larkspur.org/a"]})",
+                   "see LARKSPUR.ORG/A, larkspur.org/b and httplark.org")
+                .links,
+            (Strings{"https://larkspur.org/a", "http://Larkspur.org/b", "httplark.org"}));
+  EXPECT_EQ(parsed(R"({"links": ["file:///etc/passwd"]})", "etcpasswd", "about:blank").links,
+            Strings{});
 }
 
 TEST(DescriberParse, BoundsAReplyThatObeysTheScreen) {
@@ -264,7 +237,7 @@ TEST(DescriberParse, BoundsAReplyThatObeysTheScreen) {
     reply["tags"].push_back("tag" + std::to_string(i));
     reply["highlights"].push_back(std::string(2000, 'A'));
   }
-  const auto description = Describer::parse(reply.dump(), screen, kNoUrl, "x");
+  const auto description = parsed(reply.dump(), screen);
   EXPECT_EQ(description.title, std::string(89, 'A') + "…");
   EXPECT_EQ(description.summary, std::string(399, 'B') + "…");
   EXPECT_EQ(description.tags.size(), 5u);
@@ -275,8 +248,7 @@ TEST(DescriberParse, BoundsAReplyThatObeysTheScreen) {
   for (int i = 0; i < 999; ++i) padded["highlights"].push_back(i);
   padded["highlights"].push_back("on screen");
   padded["highlights"].push_back("also on screen");
-  EXPECT_EQ(Describer::parse(padded.dump(), "on screen, also on screen", kNoUrl, "x").highlights,
-            Strings{"on screen"});
+  EXPECT_EQ(parsed(padded.dump(), "on screen, also on screen").highlights, Strings{"on screen"});
 }
 
 TEST(DescriberParse, SurvivesHostileReplies) {

@@ -7,19 +7,15 @@
 namespace brindlemoor {
 namespace {
 
-TEST(EmbeddingTextDocument, HeadJoinsAppAndDisplayTitleLeavingOutEmptyOnes) {
+TEST(EmbeddingText, DocumentJoinsAppAndTitleThenTheNonEmptyTextsInOrder) {
   EXPECT_EQ(EmbeddingText::document(Capture{}), "title: none | text: ");
-  // The display title falls back to the app, which then stands twice.
   Capture capture;
-  capture.app = "Notes";
+  capture.app = "Notes";  // the display title falls back to the app, which then stands twice
   EXPECT_EQ(EmbeddingText::document(capture), "title: Notes — Notes | text: ");
   capture.app = "";
   capture.windowTitle = "Untitled 3";
   EXPECT_EQ(EmbeddingText::document(capture), "title: Untitled 3 | text: ");
-}
 
-TEST(EmbeddingTextDocument, BodyHasItsLinesInOrderSkippingEmptyOnes) {
-  Capture capture;
   capture.app = "Safari";
   capture.title = "Espresso";
   capture.summary = "How to pull a shot.";
@@ -32,18 +28,17 @@ TEST(EmbeddingTextDocument, BodyHasItsLinesInOrderSkippingEmptyOnes) {
             "18 g in, 36 g out");
 }
 
-TEST(EmbeddingTextDocument, CutsLongTextsTo1200CharactersWithoutEllipsis) {
+TEST(EmbeddingText, DocumentCutsLongTextsTo1200CharactersWithoutEllipsis) {
   Capture capture;
   capture.ocrText = std::string(5000, 'x');
-  // A flag is one user-perceived character of eight bytes.
-  std::string flags;
+  std::string flags;  // a flag is one user-perceived character of eight bytes
   for (int i = 0; i < 1300; ++i) flags += "🇩🇪";
   capture.transcript = flags;
   EXPECT_EQ(EmbeddingText::document(capture),
             "title: none | text: " + flags.substr(0, 1200 * 8) + "\n" + std::string(1200, 'x'));
 }
 
-TEST(EmbeddingTextMeaning, WritesTitleTopicsAndNoteIntoTheTextPart) {
+TEST(EmbeddingText, MeaningHoldsTitleTopicsAndNoteAndAQueryFollowsTheSearchConvention) {
   Capture capture;
   capture.title = "Espresso";
   capture.tags = {"coffee", "drink"};
@@ -53,9 +48,6 @@ TEST(EmbeddingTextMeaning, WritesTitleTopicsAndNoteIntoTheTextPart) {
   EXPECT_EQ(EmbeddingText::meaning(capture),
             "title: none | text: Espresso. Topics: coffee, drink. try this");
   EXPECT_EQ(EmbeddingText::meaning(Capture{}), "title: none | text: ");
-}
-
-TEST(EmbeddingTextQuery, FollowsTheSearchConvention) {
   EXPECT_EQ(EmbeddingText::query("refund policy"), "task: search result | query: refund policy");
 }
 

@@ -5,7 +5,7 @@
 namespace brindlemoor {
 namespace {
 
-TEST(ModelsIsVersion, ComparesNumericPiecesPaddedWithZerosIgnoringSuffixes) {
+TEST(Models, IsVersionComparesNumericPiecesPaddedWithZerosIgnoringSuffixes) {
   EXPECT_FALSE(Models::isVersion("0.39.9", "0.40.0"));
   EXPECT_TRUE(Models::isVersion("1.0", "0.40.0"));
   EXPECT_TRUE(Models::isVersion("0.40.10", "0.40.9"));  // as numbers, not as text
@@ -13,18 +13,19 @@ TEST(ModelsIsVersion, ComparesNumericPiecesPaddedWithZerosIgnoringSuffixes) {
   EXPECT_FALSE(Models::isVersion("0.40", "0.40.1"));
   EXPECT_TRUE(Models::isVersion("0.40.0-rc1", "0.40.0"));
   EXPECT_FALSE(Models::isVersion("0.39.0-0.99", "0.40.0"));
-}
-
-TEST(ModelsIsVersion, ReadsAPieceThatIsNoDecimalIntegerAsZero) {
+  // A piece that is no decimal integer reads as zero.
   EXPECT_FALSE(Models::isVersion("", "0.40.0"));
   EXPECT_FALSE(Models::isVersion("v1.0", "0.0.1"));  // "v1" spoils only its own piece
   EXPECT_TRUE(Models::isVersion("v1.5", "0.5"));
   EXPECT_FALSE(Models::isVersion("99999999999999999999", "1"));  // too large to be a number
 }
 
-TEST(ModelsVision, ChoosesTheSmallModelBelowSixteenGibibytes) {
-  EXPECT_EQ(Models::vision(15), "qwen3.5:2b-q4_K_M");
-  EXPECT_EQ(Models::vision(16), "qwen3.5:4b");
+TEST(Models, VisionTakesTheSmallModelBelowSixteenGibibytesAndEveryDefaultHasASize) {
+  EXPECT_NE(Models::vision(15), Models::vision(16));
+  EXPECT_EQ(Models::vision(16), Models::vision(64));
+  for (const std::string& name : {Models::vision(15), Models::vision(16), Models::embedding}) {
+    EXPECT_TRUE(Models::sizes.contains(name)) << name;
+  }
 }
 
 }  // namespace

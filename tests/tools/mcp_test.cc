@@ -1,0 +1,151 @@
+// brindlemoor-mcp run as an agent runs it: a separate process on a library
+// in a temporary home, fed lines on its standard input, and driven by the
+// official MCP SDK's client, which scripts/install-test-node-modules installs.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "core/agents/mcp_server.h"
+#include "core/presentation/capture_text.h"
+#include "core/store/library_store.h"
+#include "tests/testing/child_process.h"
+#include "tests/testing/imitation_ollama.h"
+#include "tests/testing/sample_captures.h"
+#include "tests/testing/temp_dir.h"
+
+namespace brindlemoor {
+namespace {
+
+using nlohmann::json;
+using testing::sampleCapture;
+using testing::sampleID;
+
+const json kParseError = {
+    {"jsonrpc", "2.0"}, {"id", nullptr}, {"error", {{"code", -32700}, {"message", "Parse error"}}}};
+
+class McpProcess : public ::testing::Test {
+ protected:
+  // A described lemon tart filed in "Tart Evenings", and a capture only read.
+  void keepTart() {
+    LibraryStore store(m_data / "Brindlemoor");
+    store.insertCollection({sampleID(100), "Tart Evenings", "🥧", dateFromSeconds(1),
+                            dateFromSeconds(2), 0, 0, false});
+    store.insert(sampleCapture(1, 1700000000));
+    store.setRead(sampleID(1), "lemon tart with cream", std::nullopt);
+    store.setDescribed(sampleID(1), {"Lemon tart",
+                                     "A tart.",
+                                     CaptureKind::recipe,
+                                     {"baking"},
+                                     {"with cream"},
+                                     {"https://example.com/tart"}});
+    store.setCollection(sampleID(1), sampleID(100));
+    store.insert(sampleCapture(2, 1700000100));
+    store.setRead(sampleID(2), "quarterly figures", std::nullopt);
+  }
+
+  std::map<std::string, std::string> environment() const {
+    return {{"HOME", m_home.path().string()},
+            {"XDG_DATA_HOME", m_data.string()},
+            {"XDG_CONFIG_HOME", (m_home.path() / "config").string()},
+            {"OLLAMA_HOST", m_daemon.host()},
+            {"LC_ALL", "en_US.UTF-8"},
+            {"TZ", "UTC"}};
+  }
+
+  // Runs the server with `input` as its standard input until it ends.
+  testing::ChildProcess run(const std::string& input) {
+    const auto file = m_home.path() / "input";
+    std::ofstream(file, std::ios::binary) << input;
+    return testing::ChildProcess("/bin/sh", {"-c", "exec \"$0\" < \"$1\"", BRINDLEMOOR_MCP, file},
+                                 environment());
+  }
+
+  testing::TempDir m_home;
+  std::filesystem::path m_data = m_home.path() / "data";
+  testing::ClosedPort m_daemon;
+};
+
+TEST_F(McpProcess, AnswersEachRequestOnALineOfItsOwnUntilTheInputEnds) {
+  keepTart();
+  testing::ChildProcess server = run(
+      std::string(
+          R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-06-18"}})"
+          "\n"
+          R"({"jsonrpc":"2.0","method":"notifications/initialized"})"
+          "\n\n") +
+      R"({"jsonrpc":"2.0","id":3,"method":"ping","params":{"pad":")" +
+      std::string(17 * 1024 * 1024, 'x') + "\"}}\n" +
+      R"({"jsonrpc":"2.0","id":2,"method":"tools/call","params":{"name":"search_brindlemoor","arguments":{"query":"lemon"}}})"
+      "\n"
+      R"({"jsonrpc":"2.0","id":"last","method":"ping"})");  // no newline at the end
+  ASSERT_EQ(server.wait(), 0) << server.err();
+  EXPECT_EQ(server.err(), "");
+
+  std::vector<json> replies;
+  std::istringstream lines(server.out());
+  for (std::string line; std::getline(lines, line);) replies.push_back(json::parse(line));
+  EXPECT_TRUE(server.out().ends_with("\n"));
+  ASSERT_EQ(replies.size(), 5u) << server.out().substr(0, 2000);
+  EXPECT_EQ(replies[0]["result"]["serverInfo"],
+            json({{"name", "brindlemoor"}, {"version", BRINDLEMOOR_VERSION}}));
+  EXPECT_EQ(replies[1], kParseError) << "the blank line";
+  EXPECT_EQ(replies[2], kParseError) << "the line too long to read, skipped unread";
+  EXPECT_EQ(replies[3]["id"], 2);
+  EXPECT_TRUE(replies[3]["result"]["content"][0]["text"].get<std::string>().starts_with(
+      "Brindlemoor for “lemon” (1):"));
+  EXPECT_EQ(replies[4], json({{"jsonrpc", "2.0"}, {"id", "last"}, {"result", json::object()}}));
+}
+
+TEST_F(McpProcess, ALibraryThatCantBeOpenedEndsItWithTheReason) {
+  std::ofstream(m_home.path() / "blocker") << "not a directory";
+  m_data = m_home.path() / "blocker";
+  testing::ChildProcess server = run(R"({"jsonrpc":"2.0","id":1,"method":"ping"})"
+                                     "\n");
+  EXPECT_EQ(server.wait(), 1);
+  EXPECT_EQ(server.out(), "");
+  EXPECT_TRUE(server.err().starts_with("Brindlemoor cannot open its library at " +
+                                       (m_data / "Brindlemoor").string() + ": "))
+      << server.err();
+}
+
+TEST_F(McpProcess, TheOfficialClientNegotiatesListsAndCallsEveryTool) {
+  const std::filesystem::path sdk = SDK_CLIENT_DIR;
+  ASSERT_TRUE(std::filesystem::exists(sdk / "node_modules/@modelcontextprotocol/sdk/package.json"))
+      << "The MCP SDK is not installed: run scripts/install-test-node-modules.";
+  keepTart();
+  testing::ChildProcess node("/usr/bin/env",
+                             {"node", (sdk / "client.mjs").string(), BRINDLEMOOR_MCP, sampleID(1)},
+                             environment());
+  ASSERT_EQ(node.wait(), 0) << node.err();
+  const json summary = json::parse(node.out());
+
+  EXPECT_EQ(summary["serverInfo"],
+            json({{"name", "brindlemoor"}, {"version", BRINDLEMOOR_VERSION}}));
+  EXPECT_EQ(summary["capabilities"], json({{"tools", {{"listChanged", false}}}}));
+  EXPECT_EQ(summary["instructions"], MCPServer::instructions);
+  EXPECT_EQ(summary["tools"], json::parse(R"([
+    {"name": "search_brindlemoor", "properties": ["limit", "query"], "required": ["query"]},
+    {"name": "recent_captures", "properties": ["collection", "kind", "limit"], "required": []},
+    {"name": "get_capture", "properties": ["id"], "required": ["id"]},
+    {"name": "list_collections", "properties": [], "required": []}])"));
+
+  const auto answer = [](const std::string& text, bool isError = false) {
+    return json({{"types", {"text"}}, {"text", text}, {"isError", isError}});
+  };
+  // The server writes dates in the locale and time zone of its environment.
+  LibraryStore store(m_data / "Brindlemoor");
+  const std::unique_ptr<icu::TimeZone> utc(icu::TimeZone::createTimeZone("UTC"));
+  const std::string listing = CaptureText::listing(*store.capture(sampleID(1)), store.collections(),
+                                                   icu::Locale("en_US"), *utc);
+  EXPECT_EQ(summary["search"], answer("Brindlemoor for “lemon” (1):\n\n" + listing));
+  EXPECT_EQ(summary["recent"], answer(listing));
+  EXPECT_TRUE(summary["capture"]["text"].get<std::string>().starts_with(listing + "\n\n"));
+  EXPECT_EQ(summary["collections"],
+            answer("🥧 Tart Evenings — 1 capture (id " + sampleID(100) + ")"));
+  EXPECT_EQ(summary["missing"], answer("No capture with that id.", true));
+}
+
+}  // namespace
+}  // namespace brindlemoor

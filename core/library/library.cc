@@ -1,7 +1,5 @@
 #include "core/library/library.h"
 
-#include "core/library/files.h"
-
 namespace brindlemoor {
 
 Library::Library(std::unique_ptr<LibraryStore> store, OllamaClient client, std::string visionModel,
@@ -11,12 +9,13 @@ Library::Library(std::unique_ptr<LibraryStore> store, OllamaClient client, std::
       m_client(std::move(client)),
       m_embeddingModel(std::move(embeddingModel)),
       m_visionModel(std::move(visionModel)),
+      m_files(*m_store),
       m_index(*m_store, m_embeddingModel, kWindow),
       m_search(*m_store, m_index, m_client, m_embeddingModel),
       m_filing(*m_store, m_index, m_client, organizer, [this] { return this->visionModel(); }),
       m_media(std::move(media)),
       m_pipeline(m_media ? std::make_unique<Pipeline>(
-                               *m_store, m_client, m_embeddingModel, *m_media, m_filing,
+                               *m_store, m_client, m_embeddingModel, m_files, *m_media, m_filing,
                                [this] { return this->visionModel(); }, [this] { changed(); })
                          : nullptr),
       m_loop(m_pipeline
@@ -61,20 +60,15 @@ void Library::changed() {
 }
 
 void Library::keep(const Capture& capture, const Bytes& png, const Bytes& thumbnail) {
-  Files::writeAtomically(m_store->imageURL(capture.id), png);
-  Files::writeAtomically(m_store->thumbURL(capture.id), thumbnail);
+  m_files.keep(capture, png, thumbnail);
   m_store->insert(capture);
   changed();
   startWork();
 }
 
 void Library::keepImported(const ImportedCapture& imported, const std::filesystem::path& original) {
-  const Capture& capture = imported.capture;
-  Files::writeAtomically(m_store->imageURL(capture), imported.image);
-  Files::writeAtomically(m_store->thumbURL(capture.id), imported.thumbnail);
-  if (imported.sheet) Files::writeAtomically(m_store->sheetURL(capture.id), *imported.sheet);
-  if (auto copy = m_store->originalURL(capture)) Files::copyAtomically(original, *copy);
-  m_store->insert(capture);
+  m_files.keepImported(imported, original);
+  m_store->insert(imported.capture);
   changed();
   startWork();
 }
@@ -133,7 +127,13 @@ void Library::renameCollection(const std::string& id, const std::string& name,
 }
 
 void Library::deleteCapture(const std::string& id) {
-  edit({[&] { m_store->deleteCapture(id); }, [&] { m_store->dropEmptyCollections(); }});
+  edit({[&] {
+          // The row goes first: a capture is never shown without its files.
+          const std::optional<Capture> found = m_store->capture(id);
+          m_store->deleteCapture(id);
+          m_files.remove(id, found);
+        },
+        [&] { m_store->dropEmptyCollections(); }});
 }
 
 }  // namespace brindlemoor

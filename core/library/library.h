@@ -41,6 +41,7 @@
 #include <vector>
 
 #include "core/library/filing.h"
+#include "core/library/library_files.h"
 #include "core/library/library_search.h"
 #include "core/library/media_work.h"
 #include "core/library/pipeline.h"
@@ -142,6 +143,7 @@ class Library {
 
   // The captures filing and search look at: the newest 100,000.
   static constexpr std::int64_t kWindow = 100'000;
+  LibraryFiles m_files;
   VectorIndex m_index;
   LibrarySearch m_search;
   Filing m_filing;

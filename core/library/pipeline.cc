@@ -1,6 +1,5 @@
 #include "core/library/pipeline.h"
 
-#include "core/library/files.h"
 #include "core/library/retry_plan.h"
 #include "core/understanding/describer.h"
 #include "core/understanding/embedding_text.h"
@@ -16,10 +15,12 @@ constexpr double kEmbedTimeout = 60;
 }  // namespace
 
 Pipeline::Pipeline(LibraryStore& store, const OllamaClient& client, std::string embeddingModel,
-                   const MediaWork& media, Filing& filing, VisionModel visionModel, Changed changed)
+                   const LibraryFiles& files, const MediaWork& media, Filing& filing,
+                   VisionModel visionModel, Changed changed)
     : m_store(store),
       m_client(client),
       m_embeddingModel(std::move(embeddingModel)),
+      m_files(files),
       m_media(media),
       m_filing(filing),
       m_visionModel(std::move(visionModel)),
@@ -52,27 +53,14 @@ void Pipeline::advance(const Capture& capture) {
   m_changed();
 }
 
-// A video is read and described by its contact sheet, or by its display
-// image when the sheet is gone; anything else by its image.
-Bytes Pipeline::pictureOf(const Capture& capture) {
-  if (capture.media == CaptureMedia::video) {
-    try {
-      return Files::read(m_store.sheetURL(capture.id));
-    } catch (const Files::Failure&) {
-      // The display image stands in for a missing sheet.
-    }
-  }
-  return Files::read(m_store.imageURL(capture));
-}
-
 Bytes Pipeline::scaledPictureOf(const Capture& capture) {
-  Bytes picture = pictureOf(capture);
+  Bytes picture = m_files.picture(capture);
   if (auto scaled = m_media.scaled(picture, kModelPixels, kModelQuality)) return *scaled;
   return picture;
 }
 
 void Pipeline::read(Capture& current) {
-  const std::string text = m_media.text(pictureOf(current));
+  const std::string text = m_media.text(m_files.picture(current));
   std::optional<std::string> transcript;
   if (current.media == CaptureMedia::video) {
     if (auto original = m_store.originalURL(current)) {

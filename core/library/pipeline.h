@@ -12,6 +12,7 @@
 #include <string>
 
 #include "core/library/filing.h"
+#include "core/library/library_files.h"
 #include "core/library/media_work.h"
 #include "core/model/bytes.h"
 #include "core/model/capture.h"
@@ -28,7 +29,8 @@ class Pipeline {
   // Everything given must outlive the pipeline. `changed` is called after a
   // description, after the filing and after a failure.
   Pipeline(LibraryStore& store, const OllamaClient& client, std::string embeddingModel,
-           const MediaWork& media, Filing& filing, VisionModel visionModel, Changed changed);
+           const LibraryFiles& files, const MediaWork& media, Filing& filing,
+           VisionModel visionModel, Changed changed);
 
   // Carries `capture` as far as it can go now. Never throws: a failure is
   // recorded on the capture with a retry time.
@@ -38,12 +40,12 @@ class Pipeline {
   void read(Capture& current);
   void describe(Capture& current);
   void embed(Capture& current);
-  Bytes pictureOf(const Capture& capture);
   Bytes scaledPictureOf(const Capture& capture);
 
   LibraryStore& m_store;
   const OllamaClient& m_client;
   const std::string m_embeddingModel;
+  const LibraryFiles& m_files;
   const MediaWork& m_media;
   Filing& m_filing;
   const VisionModel m_visionModel;

@@ -238,20 +238,10 @@ void LibraryStore::recordFailure(std::string_view id, std::string_view error, do
 }
 
 void LibraryStore::deleteCapture(std::string_view id) {
-  const std::optional<Capture> found = capture(id);
   m_db.transaction([&] {
     removeTextRow(id);
     m_db.run("DELETE FROM captures WHERE id = ?", {id});
   });
-  std::vector<std::filesystem::path> files{imageURL(id), thumbURL(id), sheetURL(id)};
-  if (found) {
-    files.push_back(imageURL(*found));
-    if (auto original = originalURL(*found)) files.push_back(*original);
-  }
-  for (const auto& file : files) {
-    std::error_code ignored;  // a file already gone, or kept by the system, stays out of the way
-    std::filesystem::remove(file, ignored);
-  }
 }
 
 // --- Reads ---

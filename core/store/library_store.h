@@ -94,9 +94,9 @@ class LibraryStore {
   // Counts a failure and sets the words and the earliest retry, now +
   // retryAfter seconds. The stage stays.
   void recordFailure(std::string_view id, std::string_view error, double retryAfter, Date now);
-  // Removes the capture's row, tags, vectors and full-text row, then its
-  // files; a file that can't be removed is left. The collection stays, however
-  // empty. An unknown id removes nothing from the database and throws nothing.
+  // Removes the capture's row, tags, vectors and full-text row in one
+  // transaction; its files are the Library's to remove. The collection
+  // stays, however empty. An unknown id removes nothing and throws nothing.
   void deleteCapture(std::string_view id);
 
   // --- Reads ---

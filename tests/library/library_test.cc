@@ -126,6 +126,8 @@ TEST_F(LibraryEdits, MovingOrDeletingTheLastCaptureDropsItsCollection) {
   m_library.deleteCapture(sampleID(2));
   EXPECT_TRUE(store().collections().empty());
   EXPECT_FALSE(std::filesystem::exists(store().imageURL(sampleID(2))));
+  EXPECT_FALSE(std::filesystem::exists(store().thumbURL(sampleID(2))));
+  EXPECT_TRUE(std::filesystem::exists(store().thumbURL(sampleID(1))));
 }
 
 // What brindlemoor-mcp opens: keeping works, and nothing ever tries to read.

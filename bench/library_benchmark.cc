@@ -99,19 +99,31 @@ struct Filing {
                                         OllamaClient(daemon.host()), "v", "e", Organizer(),
                                         std::make_unique<LocalMediaWork>());
   }
+
+  // Keeps one more capture, embedded and waiting to be filed.
+  void embedNext() {
+    const int n = next++;
+    const std::string id = testing::sampleID(n);
+    library->store().insert(testing::sampleCapture(n, n));
+    const auto vector = unitNear(unitNear(std::vector<float>(kDimension, 0.0f), 1.0f), 0.01f);
+    library->store().setEmbedding(id, "e",
+                                  {{VectorSpace::look, vector}, {VectorSpace::meaning, vector}});
+  }
 };
 
+// The first filing after a start reads every vector in and sums every
+// collection; this times those that follow.
 void BM_OrganizeAmong100000(benchmark::State& state) {
   static Filing filing;
+  static const bool warmed = [] {
+    filing.embedNext();
+    filing.library->work();
+    return true;
+  }();
+  benchmark::DoNotOptimize(warmed);
   for (auto _ : state) {
     state.PauseTiming();
-    const int n = filing.next++;
-    const std::string id = testing::sampleID(n);
-    filing.library->store().insert(testing::sampleCapture(n, n));
-    const auto vector =
-        filing.unitNear(filing.unitNear(std::vector<float>(768, 0.0f), 1.0f), 0.01f);
-    filing.library->store().setEmbedding(
-        id, "e", {{VectorSpace::look, vector}, {VectorSpace::meaning, vector}});
+    filing.embedNext();
     state.ResumeTiming();
     filing.library->work();
   }

@@ -1,13 +1,11 @@
 #include "core/search/internal/code_dot.h"
 
+#if defined(__x86_64__) || defined(__i386__)
+#define BRINDLEMOOR_X86 1
 #include <immintrin.h>
+#endif
 
 namespace brindlemoor::internal {
-namespace {
-
-// Each 32-bit lane gains two products of at most 32767 * 128 a step, so 255
-// steps stay below 2^31; then the lanes are added into 64 bits.
-constexpr std::size_t kFlushEvery = 255;
 
 CodeSums portableCodeDot(const std::int16_t* q, const std::int8_t* high, const std::int8_t* low,
                          std::size_t n) {
@@ -24,6 +22,13 @@ std::int64_t portableHighDot(const std::int16_t* q, const std::int8_t* high, std
   for (std::size_t i = 0; i < n; ++i) sum += std::int64_t{q[i]} * high[i];
   return sum;
 }
+
+#ifdef BRINDLEMOOR_X86
+namespace {
+
+// Each 32-bit lane gains two products of at most 32767 * 128 a step, so 255
+// steps stay below 2^31; then the lanes are added into 64 bits.
+constexpr std::size_t kFlushEvery = 255;
 
 __attribute__((target("avx2"))) std::int64_t widen(__m256i lanes) {
   alignas(32) std::int32_t parts[8];
@@ -104,15 +109,22 @@ bool hasAvx2() {
 }
 
 }  // namespace
+#endif
 
 CodeSums codeDot(const std::int16_t* query, const std::int8_t* high, const std::int8_t* low,
                  std::size_t n) {
-  return hasAvx2() ? avx2CodeDot(query, high, low, n) : portableCodeDot(query, high, low, n);
+#ifdef BRINDLEMOOR_X86
+  if (hasAvx2()) return avx2CodeDot(query, high, low, n);
+#endif
+  return portableCodeDot(query, high, low, n);
 }
 
 std::int64_t highDot(const std::int16_t* query, const std::int8_t* high, std::size_t n) {
+#ifdef BRINDLEMOOR_X86
   if (hasAvx512()) return avx512HighDot(query, high, n);
-  return hasAvx2() ? avx2HighDot(query, high, n) : portableHighDot(query, high, n);
+  if (hasAvx2()) return avx2HighDot(query, high, n);
+#endif
+  return portableHighDot(query, high, n);
 }
 
 }  // namespace brindlemoor::internal

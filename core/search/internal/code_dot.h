@@ -1,7 +1,8 @@
 // Integer dot products of a 16-bit coded query with vectors coded as two byte
 // planes (code = 256 * high + low). They are exact: nothing is rounded, so a
 // bound on the coding error bounds the score. The widest instructions the
-// processor has are chosen once, at first use.
+// processor has are chosen once, at first use; where there are none (not
+// an x86 processor), the plain loops serve.
 #pragma once
 
 #include <cstddef>
@@ -20,5 +21,11 @@ CodeSums codeDot(const std::int16_t* query, const std::int8_t* high, const std::
 
 // The high sum alone, which reads half the memory.
 std::int64_t highDot(const std::int16_t* query, const std::int8_t* high, std::size_t n);
+
+// The same with plain loops, as on a processor without the wide
+// instructions; the wide ones must give exactly these.
+CodeSums portableCodeDot(const std::int16_t* query, const std::int8_t* high, const std::int8_t* low,
+                         std::size_t n);
+std::int64_t portableHighDot(const std::int16_t* query, const std::int8_t* high, std::size_t n);
 
 }  // namespace brindlemoor::internal

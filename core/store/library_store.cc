@@ -1,6 +1,8 @@
 #include "core/store/library_store.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -43,11 +45,28 @@ LibraryStore::Filing filingFromRow(const Database::Row& row) {
 constexpr std::string_view kFilingColumns =
     "SELECT rowid, id, collection_id, stage, created_at FROM captures ";
 
-void createDirectory(const std::filesystem::path& path, std::filesystem::perms permissions) {
+// The library holds pictures of the user's screen: only the user may see
+// into it. Something already there with wider permissions is narrowed; where
+// that can't be done (a folder that isn't ours, a read-only disk) it is left
+// to the system to refuse what it must.
+constexpr mode_t kFolderMode = 0700;
+constexpr mode_t kFileMode = 0600;
+
+void narrow(const std::filesystem::path& path, mode_t mode) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) == 0 && (status.st_mode & 0777 & ~mode) != 0) {
+    ::chmod(path.c_str(), status.st_mode & 0777 & mode);
+  }
+}
+
+void createDirectory(const std::filesystem::path& path) {
   std::error_code error;
-  if (std::filesystem::is_directory(path, error)) return;
+  if (std::filesystem::is_directory(path, error)) {
+    narrow(path, kFolderMode);
+    return;
+  }
   std::filesystem::create_directories(path.parent_path(), error);
-  if (!error && ::mkdir(path.c_str(), static_cast<mode_t>(permissions)) != 0 && errno != EEXIST) {
+  if (!error && ::mkdir(path.c_str(), kFolderMode) != 0 && errno != EEXIST) {
     error = std::error_code(errno, std::generic_category());
   }
   if (error || !std::filesystem::is_directory(path)) {
@@ -57,15 +76,19 @@ void createDirectory(const std::filesystem::path& path, std::filesystem::perms p
 }
 
 // Makes the directory and its folders, and gives the database's path: the
-// folders must stand before the database is opened beside them.
+// folders must stand before the database is opened beside them. The
+// database is made private before SQLite opens it, since SQLite gives its
+// log files the database's own permissions.
 std::filesystem::path prepareRoot(const std::filesystem::path& root) {
-  using std::filesystem::perms;
-  createDirectory(root, perms::owner_all);
-  for (const char* folder : {"captures", "thumbs", "media"}) {
-    createDirectory(root / folder, perms::owner_all | perms::group_read | perms::group_exec |
-                                       perms::others_read | perms::others_exec);
+  createDirectory(root);
+  for (const char* folder : {"captures", "thumbs", "media"}) createDirectory(root / folder);
+  const std::filesystem::path database = root / kDatabaseFile;
+  const int made = ::open(database.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kFileMode);
+  if (made >= 0) ::close(made);
+  for (const char* suffix : {"", "-wal", "-shm"}) {
+    narrow(database.string() + suffix, kFileMode);
   }
-  return root / kDatabaseFile;
+  return database;
 }
 
 std::string idPath(std::string_view folder, std::string_view id, std::string_view suffix) {
@@ -108,7 +131,12 @@ std::filesystem::path LibraryStore::defaultRoot() {
   const char* dataHome = std::getenv("XDG_DATA_HOME");
   if (dataHome && *dataHome == '/') return std::filesystem::path(dataHome) / "Brindlemoor";
   const char* home = std::getenv("HOME");
-  return std::filesystem::path(home ? home : "") / ".local/share/Brindlemoor";
+  // A library made under whatever folder the process happens to stand in
+  // would be lost to the next start.
+  if (!home || *home != '/') {
+    throw Failure("Neither XDG_DATA_HOME nor HOME names a folder for the library.");
+  }
+  return std::filesystem::path(home) / ".local/share/Brindlemoor";
 }
 
 std::filesystem::path LibraryStore::imageURL(std::string_view id) const {

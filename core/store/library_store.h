@@ -58,14 +58,17 @@ class LibraryStore {
 
   static constexpr std::int64_t schemaVersion = 2;
 
-  // Opens the library at `root`, creating the directory (mode 0700: it holds
-  // pictures of the user's screen), its folders and the database as needed,
+  // Opens the library at `root`, creating the directory and its folders
+  // (mode 0700: they hold pictures of the user's screen) and the database
+  // (0600, and so its log files) as needed, narrowing any of them found
+  // wider,
   // and migrates the schema to `schemaVersion` in one transaction, so a failed
   // migration leaves the old version whole. A database of a later version is
   // opened as it is. Throws Failure or Database::Failure, naming the path.
   explicit LibraryStore(std::filesystem::path root);
 
-  // $XDG_DATA_HOME/Brindlemoor, or ~/.local/share/Brindlemoor.
+  // $XDG_DATA_HOME/Brindlemoor, or ~/.local/share/Brindlemoor. Throws
+  // Failure when neither names an absolute folder.
   static std::filesystem::path defaultRoot();
 
   const std::filesystem::path& root() const { return m_root; }

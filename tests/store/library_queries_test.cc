@@ -77,6 +77,26 @@ TEST_F(LibraryQueries, TextSearchFindsEveryIndexedFieldByPrefix) {
   EXPECT_TRUE(m_store.textSearch("baking", 10).empty()) << "the full-text row was rewritten";
 }
 
+TEST_F(LibraryQueries, IdsStartingWithAPrefixAreARangeWithoutWildcards) {
+  const std::vector<std::string> all{
+      "83693166-0000-4000-8000-000000000001", "83693166-0000-4000-8000-000000000002",
+      "8369ffff-0000-4000-8000-000000000003", "836a0000-0000-4000-8000-000000000004"};
+  for (const auto& id : all) {
+    Capture capture = sampleCapture(1, 10);
+    capture.id = id;
+    m_store.insert(capture);
+  }
+  using Ids = std::vector<std::string>;
+  EXPECT_EQ(m_store.idsStartingWith("8369", 10), (Ids{all[0], all[1], all[2]}));
+  EXPECT_EQ(m_store.idsStartingWith("83693166", 1), Ids{all[0]});
+  EXPECT_EQ(m_store.idsStartingWith(all[3], 10), Ids{all[3]});
+  EXPECT_EQ(m_store.idsStartingWith("", 10), all);
+  for (const char* none :
+       {"8369%", "8369_", "836_", "8369\xff", "\xff", "83693166-0000-4000-8000-0000000000012"}) {
+    EXPECT_TRUE(m_store.idsStartingWith(none, 10).empty()) << none;
+  }
+}
+
 TEST_F(LibraryQueries, ListingsByEveryFilterNewestFirst) {
   Capture photo = sampleCapture(1, 10);
   photo.media = CaptureMedia::photo;

@@ -6,9 +6,8 @@
 #include <nlohmann/json.hpp>
 
 #include "core/library/local_media_work.h"
-#include "core/understanding/models.h"
 #include "tools/cli/commands.h"
-#include "tools/common/settings.h"
+#include "tools/common/library_opening.h"
 
 namespace brindlemoor::cli {
 
@@ -31,16 +30,7 @@ std::variant<Options, int> Options::read(const std::vector<std::string>& args, c
 }
 
 std::unique_ptr<Library> openLibrary() {
-  const auto root = LibraryStore::defaultRoot();
-  try {
-    return std::make_unique<Library>(std::make_unique<LibraryStore>(root), OllamaClient(),
-                                     Settings::visionModel(), std::string(Models::embedding),
-                                     Organizer(), std::make_unique<LocalMediaWork>());
-  } catch (const Failure& failure) {
-    std::cerr << "Brindlemoor cannot open its library at " << root.string() << ": "
-              << failure.what() << "\n";
-    return nullptr;
-  }
+  return LibraryOpening::open(std::make_unique<LocalMediaWork>());
 }
 
 void workWithProgress(Library& library, const std::vector<std::string>& ids, bool json) {

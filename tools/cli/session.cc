@@ -10,8 +10,10 @@
 #include "tools/common/library_opening.h"
 
 namespace brindlemoor::cli {
+namespace {
 
-std::variant<Options, int> Options::read(const std::vector<std::string>& args, const char* help) {
+// Gives the options, or the exit code of a command that ends here.
+std::variant<Options, int> readOptions(const std::vector<std::string>& args, const char* help) {
   Options options;
   for (const auto& arg : args) {
     if (arg == "--json") {
@@ -20,8 +22,7 @@ std::variant<Options, int> Options::read(const std::vector<std::string>& args, c
       std::cout << help;
       return kSucceeded;
     } else if (arg.starts_with("--")) {
-      std::cerr << "Unknown option " << arg << "; see --help.\n";
-      return kMisused;
+      return misused("Unknown option " + arg);
     } else {
       options.rest.push_back(arg);
     }
@@ -29,8 +30,33 @@ std::variant<Options, int> Options::read(const std::vector<std::string>& args, c
   return options;
 }
 
-std::unique_ptr<Library> openLibrary() {
-  return LibraryOpening::open(std::make_unique<LocalMediaWork>());
+}  // namespace
+
+int runCommand(const std::vector<std::string>& args, const char* help, const Check& check,
+               const Run& run) {
+  const auto read = readOptions(args, help);
+  if (const int* exitCode = std::get_if<int>(&read)) return *exitCode;
+  const Options& options = std::get<Options>(read);
+  if (check) {
+    if (const auto exitCode = check(options)) return *exitCode;
+  }
+  const auto library = LibraryOpening::open(std::make_unique<LocalMediaWork>());
+  if (!library) return kFailed;
+  try {
+    return run(*library, options);
+  } catch (const Database::Failure& failure) {
+    std::cerr << failure.what() << "\n";
+    return kFailed;
+  }
+}
+
+int runCommand(const std::vector<std::string>& args, const char* help, const Run& run) {
+  return runCommand(args, help, nullptr, run);
+}
+
+int misused(std::string_view complaint) {
+  std::cerr << complaint << "; see --help.\n";
+  return kMisused;
 }
 
 void workWithProgress(Library& library, const std::vector<std::string>& ids, bool json) {

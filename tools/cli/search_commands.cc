@@ -23,7 +23,11 @@ constexpr const char* kShowHelp =
     "Usage: brindlemoor-cli show [--json] ID\n"
     "\n"
     "Shows one capture in full: title, summary, passages worth keeping, note,\n"
-    "tags, links, its collection, and the text on it or said in it.\n";
+    "tags, links, its collection, and the text on it or said in it.\n"
+    "\n"
+    "ID is the capture's id or any start of it, of 4 characters or more, that\n"
+    "no other capture's id shares: the 8 that import, work and status print\n"
+    "will do. Exits with 1 if no capture, or more than one, has it.\n";
 
 constexpr const char* kCollectionsHelp =
     "Usage: brindlemoor-cli collections [--json]\n"
@@ -102,12 +106,9 @@ int printFindings(Library& library, const Options& options) {
 }
 
 int printCapture(Library& library, const Options& options) {
-  const std::optional<Capture> found = library.store().capture(options.rest.front());
-  if (!found) {
-    std::cerr << "No capture with that id.\n";
-    return kFailed;
-  }
-  const Capture& capture = *found;
+  const auto found = findCapture(library.store(), options.rest.front());
+  if (const int* exitCode = std::get_if<int>(&found)) return *exitCode;
+  const Capture& capture = std::get<Capture>(found);
   const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createDefault());
   const std::string text = CaptureText::full(capture, readCollections(library.store()),
                                              icu::Locale::getDefault(), *zone);

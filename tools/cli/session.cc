@@ -1,11 +1,13 @@
 #include "tools/cli/session.h"
 
+#include <algorithm>
 #include <iostream>
 #include <map>
 #include <mutex>
 #include <nlohmann/json.hpp>
 
 #include "core/library/local_media_work.h"
+#include "core/model/text.h"
 #include "tools/cli/commands.h"
 #include "tools/common/library_opening.h"
 
@@ -57,6 +59,35 @@ int runCommand(const std::vector<std::string>& args, const char* help, const Run
 int misused(std::string_view complaint) {
   std::cerr << complaint << "; see --help.\n";
   return kMisused;
+}
+
+std::variant<Capture, int> findCapture(LibraryStore& store, std::string_view given) {
+  if (given.size() < kShortestIdPrefix) {
+    return misused("A capture id needs at least " + std::to_string(kShortestIdPrefix) +
+                   " of its characters");
+  }
+  // Enough to count the captures a prefix could mean in any library kept by
+  // hand; a few of them are named.
+  constexpr std::int64_t kCounted = 1000;
+  constexpr std::size_t kNamed = 5;
+  const auto ids = store.idsStartingWith(Text::lowercased(given), kCounted);
+  std::optional<Capture> capture;
+  if (ids.size() == 1) capture = store.capture(ids.front());
+  if (capture) return *std::move(capture);
+  if (ids.size() <= 1) {
+    std::cerr << "No capture with that id.\n";
+    return kFailed;
+  }
+  std::cerr << "“" << given << "” begins the ids of " << (ids.size() == kCounted ? "at least " : "")
+            << ids.size() << " captures; give more of the id:\n";
+  // Captures that share the first 8 characters are told apart by whole ids.
+  const std::size_t shown = given.size() < 8 ? 8 : std::string::npos;
+  const std::vector<std::string> named(ids.begin(), ids.begin() + std::min(kNamed, ids.size()));
+  for (const auto& one : store.captures(named)) {
+    std::cerr << "  " << one.id.substr(0, shown) << "  " << one.displayTitle() << "\n";
+  }
+  if (ids.size() > kNamed) std::cerr << "  and " << ids.size() - kNamed << " more\n";
+  return kFailed;
 }
 
 void workWithProgress(Library& library, const std::vector<std::string>& ids, bool json) {

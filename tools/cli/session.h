@@ -1,7 +1,7 @@
 // Session is what the commands of brindlemoor-cli share: reading the options,
 // opening the Library at the default root (the one fatal failure: the
 // command ends with "Brindlemoor cannot open its library at " and the path),
-// and following the pipeline as it works.
+// finding a capture by its id, and following the pipeline as it works.
 #pragma once
 
 #include <functional>
@@ -39,6 +39,15 @@ int runCommand(const std::vector<std::string>& args, const char* help, const Run
 
 // Writes "`complaint`; see --help." to standard error, and gives kMisused.
 int misused(std::string_view complaint);
+
+// Ids are given whole or by a unique start of at least this many characters.
+inline constexpr std::size_t kShortestIdPrefix = 4;
+
+// The capture whose id is `given` or begins with it, in either case. Else
+// the exit code after saying why on standard error: the prefix is too short
+// (kMisused), no capture has it, or several do, a few of which are named so
+// that the user can give more (kFailed). Throws Database::Failure.
+std::variant<Capture, int> findCapture(LibraryStore& store, std::string_view given);
 
 // Runs the pipeline until nothing can be done now, writing a line whenever
 // one of `ids` changes stage or fails (a JSON object a line with `json`).

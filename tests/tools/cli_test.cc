@@ -187,5 +187,22 @@ TEST_F(Cli, ShowTakesAUniqueStartOfAnIdInEitherCase) {
   EXPECT_EQ(err, "No capture with that id.\n");
 }
 
+TEST_F(Cli, OnATerminalImportRedrawsOneLineAndLeavesOnlyItsSummary) {
+  if (!std::filesystem::exists("/usr/bin/script")) GTEST_SKIP() << "script(1) gives the terminal";
+  std::string command = BRINDLEMOOR_CLI;
+  command += " import";
+  for (const char* name : {"one.png", "two.png"}) {
+    command += " '" + file(name, testing::textPicture(name)).string() + "'";
+  }
+  testing::ChildProcess child("/usr/bin/script", {"-qec", command, "/dev/null"},
+                              environment(m_daemon.host()));
+  ASSERT_EQ(child.wait(), 0) << child.out();
+  const std::string& out = child.out();
+  EXPECT_NE(out.find("\rImporting 0 of 2  "), std::string::npos) << out;
+  EXPECT_NE(out.find("\rWorking "), std::string::npos) << out;
+  EXPECT_TRUE(out.ends_with("\r\x1b[KOrganized 2 of 2.\r\n")) << out;
+  EXPECT_EQ(out.find('\n'), out.size() - 1) << "no line but the summary's ends";
+}
+
 }  // namespace
 }  // namespace brindlemoor

@@ -1,12 +1,14 @@
 #include <algorithm>
 #include <atomic>
 #include <iostream>
+#include <mutex>
 #include <optional>
 #include <thread>
 
 #include "core/media/media_importer.h"
 #include "core/model/text.h"
 #include "tools/cli/commands.h"
+#include "tools/cli/progress_line.h"
 #include "tools/cli/session.h"
 
 namespace brindlemoor::cli {
@@ -26,12 +28,21 @@ struct Outcome {
 
 // Keeps each of `media`, in the order given. Decoding a large photo keeps a
 // core busy for a tenth of a second or more, so the files are shared out to
-// every core.
-std::vector<Outcome> load(Library& library, const std::vector<std::filesystem::path>& media) {
+// every core. On a terminal a line tells how far it has got.
+std::vector<Outcome> load(Library& library, const std::vector<std::filesystem::path>& media,
+                          bool json) {
   std::vector<Outcome> outcomes(media.size());
   std::atomic<std::size_t> next = 0;
+  std::size_t loaded = 0;
+  std::mutex mutex;
+  ProgressLine progress(!json);
   const auto importSome = [&] {
     for (std::size_t i; (i = next++) < media.size();) {
+      {
+        std::lock_guard lock(mutex);
+        progress.show("Importing " + std::to_string(loaded) + " of " +
+                      std::to_string(media.size()) + "  " + media[i].filename().string());
+      }
       try {
         const MediaImporter::Imported imported = MediaImporter::load(media[i], now());
         library.keepImported(imported, media[i]);
@@ -39,6 +50,8 @@ std::vector<Outcome> load(Library& library, const std::vector<std::filesystem::p
       } catch (const std::exception& failure) {
         outcomes[i].error = failure.what();
       }
+      std::lock_guard lock(mutex);
+      ++loaded;
     }
   };
   std::vector<std::jthread> helpers(
@@ -67,7 +80,7 @@ int importFiles(const std::vector<std::string>& args) {
     return options.rest.empty() ? kMisused : kFailed;
   };
   const auto run = [&](Library& library, const Options& options) {
-    const std::vector<Outcome> outcomes = load(library, media);
+    const std::vector<Outcome> outcomes = load(library, media, options.json);
     std::vector<std::string> kept;
     std::vector<std::string> failed;
     for (std::size_t i = 0; i < media.size(); ++i) {

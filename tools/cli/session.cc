@@ -9,6 +9,7 @@
 #include "core/library/local_media_work.h"
 #include "core/model/text.h"
 #include "tools/cli/commands.h"
+#include "tools/cli/progress_line.h"
 #include "tools/common/library_opening.h"
 
 namespace brindlemoor::cli {
@@ -30,6 +31,38 @@ std::variant<Options, int> readOptions(const std::vector<std::string>& args, con
     }
   }
   return options;
+}
+
+// How a capture stands, on one line: its short id, its stage, why it waits
+// if it does, and its title.
+std::string captureLine(const Capture& capture) {
+  std::string line = capture.id.substr(0, 8) + "  " + std::string(capture.stage.raw());
+  if (capture.lastError) line += ", waits: " + *capture.lastError;
+  return line + "  " + capture.displayTitle();
+}
+
+bool doneForNow(const Capture& capture) {
+  return capture.stage == CaptureStage::organized || capture.lastError;
+}
+
+// What a terminal is left with once the progress line goes: how many were
+// organized, and those that wait, with why.
+void summarize(LibraryStore& store, const std::vector<std::string>& ids) {
+  constexpr std::size_t kWaitingListed = 10;
+  const auto captures = store.captures(ids);
+  std::vector<const Capture*> waiting;
+  for (const auto& capture : captures) {
+    if (capture.stage != CaptureStage::organized) waiting.push_back(&capture);
+  }
+  std::cout << "Organized " << captures.size() - waiting.size() << " of " << captures.size()
+            << (waiting.empty() ? ".\n" : "; these wait:\n");
+  for (std::size_t i = 0; i < std::min(waiting.size(), kWaitingListed); ++i) {
+    std::cout << "  " << captureLine(*waiting[i]) << "\n";
+  }
+  if (waiting.size() > kWaitingListed) {
+    std::cout << "  and " << waiting.size() - kWaitingListed
+              << " more; `brindlemoor-cli status` lists them.\n";
+  }
 }
 
 }  // namespace
@@ -91,6 +124,7 @@ std::variant<Capture, int> findCapture(LibraryStore& store, std::string_view giv
 }
 
 void workWithProgress(Library& library, const std::vector<std::string>& ids, bool json) {
+  ProgressLine progress(!json && !ids.empty());
   // What was last said of each capture, so a line is written only on change.
   std::map<std::string, std::pair<CaptureStage, std::optional<std::string>>> said;
   std::mutex mutex;
@@ -102,22 +136,26 @@ void workWithProgress(Library& library, const std::vector<std::string>& ids, boo
     } catch (const Database::Failure&) {
       return;  // progress is a courtesy; the next change reports again
     }
+    const Capture* moved = nullptr;
     for (const auto& capture : captures) {
       const auto now = std::make_pair(capture.stage, capture.lastError);
       auto [entry, fresh] = said.try_emplace(capture.id, now);
       if (!fresh && entry->second == now) continue;
       entry->second = now;
+      if (!fresh) moved = &capture;
+      if (progress.drawing()) continue;
       if (json) {
         nlohmann::json line{
             {"id", capture.id}, {"title", capture.displayTitle()}, {"stage", capture.stage.raw()}};
         if (capture.lastError) line["error"] = *capture.lastError;
         std::cout << line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << "\n";
       } else {
-        std::cout << capture.id.substr(0, 8) << "  " << capture.stage.raw();
-        if (capture.lastError) std::cout << ", waits: " << *capture.lastError;
-        std::cout << "  " << capture.displayTitle() << "\n";
+        std::cout << captureLine(capture) << "\n";
       }
     }
+    const auto done = std::count_if(captures.begin(), captures.end(), doneForNow);
+    progress.show("Working " + std::to_string(done) + " of " + std::to_string(ids.size()) +
+                  (moved ? "  " + captureLine(*moved) : ""));
     std::cout.flush();
   };
   report();
@@ -125,6 +163,10 @@ void workWithProgress(Library& library, const std::vector<std::string>& ids, boo
   library.work();
   library.setOnChange(nullptr);
   report();
+  if (progress.drawing()) {
+    progress.clear();
+    summarize(library.store(), ids);
+  }
 }
 
 }  // namespace brindlemoor::cli

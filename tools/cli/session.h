@@ -49,8 +49,11 @@ inline constexpr std::size_t kShortestIdPrefix = 4;
 // that the user can give more (kFailed). Throws Database::Failure.
 std::variant<Capture, int> findCapture(LibraryStore& store, std::string_view given);
 
-// Runs the pipeline until nothing can be done now, writing a line whenever
-// one of `ids` changes stage or fails (a JSON object a line with `json`).
+// Runs the pipeline until nothing can be done now, following `ids`. On a
+// terminal, one line that changes in place tells how many are done and which
+// moved last, and a summary ends it; otherwise, or with `json`, a line (a
+// JSON object with `json`) is written whenever one of them changes stage or
+// fails.
 void workWithProgress(Library& library, const std::vector<std::string>& ids, bool json);
 
 }  // namespace brindlemoor::cli

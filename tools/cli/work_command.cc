@@ -9,7 +9,8 @@ constexpr const char* kHelp =
     "\n"
     "Takes every capture that is not yet organized as far as it can go now:\n"
     "reads its text, has the vision model describe it, embeds it and files it\n"
-    "in a collection, writing a line whenever a capture moves on or waits.\n"
+    "in a collection, writing a line whenever a capture moves on or waits;\n"
+    "on a terminal, one line that changes in place, then a summary.\n"
     "Captures that wait for a retry are left until their time has come.\n";
 
 // Enough to follow a whole import; more are worked on all the same.

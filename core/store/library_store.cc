@@ -296,6 +296,28 @@ std::optional<Capture> LibraryStore::capture(std::string_view id) {
   return std::move(found.front());
 }
 
+std::vector<std::string> LibraryStore::idsStartingWith(std::string_view prefix,
+                                                       std::int64_t limit) {
+  // The ids from `prefix` up to the least string after all that begin with
+  // it: `prefix` with its last byte below 0xff raised by one. With no such
+  // byte there is no upper end.
+  std::string end(prefix);
+  while (!end.empty() && static_cast<unsigned char>(end.back()) == 0xff) end.pop_back();
+  std::vector<Value> args{prefix};
+  std::string sql = "SELECT id FROM captures WHERE id >= ?";
+  if (!end.empty()) {
+    end.back() = static_cast<char>(static_cast<unsigned char>(end.back()) + 1);
+    sql += " AND id < ?";
+    args.emplace_back(end);
+  }
+  args.emplace_back(limit);
+  std::vector<std::string> ids;
+  for (const auto& row : m_db.query(sql + " ORDER BY id LIMIT ?", args)) {
+    if (const std::string* id = row["id"].textValue()) ids.push_back(*id);
+  }
+  return ids;
+}
+
 std::vector<Capture> LibraryStore::captures(std::int64_t limit, const LibraryFilter& filter) {
   struct Condition {
     std::string_view sql;

@@ -105,6 +105,10 @@ class LibraryStore {
   // --- Reads ---
 
   std::optional<Capture> capture(std::string_view id);
+  // The ids that begin with `prefix`, byte for byte (ids are lower case), in
+  // order, at most `limit` of them. A range of the primary key, so it reads
+  // only the ids that match; no character of `prefix` is a wildcard.
+  std::vector<std::string> idsStartingWith(std::string_view prefix, std::int64_t limit);
   // The newest first.
   std::vector<Capture> captures(std::int64_t limit, const LibraryFilter& filter);
   // In the order of `ids`, unknown ids skipped, a repeated id repeated.

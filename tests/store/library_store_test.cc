@@ -201,6 +201,23 @@ TEST_F(LibraryStoreTest, DeleteRemovesTheRowAndItsCompanions) {
   EXPECT_NO_THROW(m_store.deleteCapture(sampleID(2)));
 }
 
+TEST_F(LibraryStoreTest, IdsStartingWithAPrefixAreARangeWithoutWildcards) {
+  const std::vector<std::string> all{
+      "83693166-0000-4000-8000-000000000001", "83693166-0000-4000-8000-000000000002",
+      "8369ffff-0000-4000-8000-000000000003", "836a0000-0000-4000-8000-000000000004"};
+  for (const auto& id : all) {
+    Capture capture = sampleCapture(1, 10);
+    capture.id = id;
+    m_store.insert(capture);
+  }
+  using Ids = std::vector<std::string>;
+  EXPECT_EQ(m_store.idsStartingWith("8369", 10), (Ids{all[0], all[1], all[2]}));
+  EXPECT_EQ(m_store.idsStartingWith("83693166", 1), Ids{all[0]});
+  for (const char* none : {"8369%", "836_", "8369\xff", "83693166-0000-4000-8000-0000000000012"}) {
+    EXPECT_TRUE(m_store.idsStartingWith(none, 10).empty()) << none;
+  }
+}
+
 TEST_F(LibraryStoreTest, TextSearchFindsEveryIndexedFieldByPrefix) {
   Capture a = sampleCapture(1, 10);
   a.url = "https://www.lisbon-guide.example/trams";

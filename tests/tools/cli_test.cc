@@ -12,6 +12,7 @@
 #include "tests/testing/imitation_ollama.h"
 #include "tests/testing/media_files.h"
 #include "tests/testing/pictures.h"
+#include "tests/testing/sample_captures.h"
 #include "tests/testing/temp_dir.h"
 
 namespace brindlemoor {
@@ -42,10 +43,12 @@ class Cli : public ::testing::Test {
             {"XDG_CONFIG_HOME", (m_home.path() / "config").string()},
             {"OLLAMA_HOST", host}};
   }
-  int run(const std::vector<std::string>& args, std::string* out = nullptr) {
+  int run(const std::vector<std::string>& args, std::string* out = nullptr,
+          std::string* err = nullptr) {
     testing::ChildProcess child(BRINDLEMOOR_CLI, args, environment(m_daemon.host()));
     const int code = child.wait();
     if (out) *out = child.out();
+    if (err) *err = child.err();
     return code;
   }
   std::filesystem::path file(const std::string& name, const Bytes& bytes) const {
@@ -161,6 +164,44 @@ TEST_F(Cli, AKilledWorkLosesNothingAndResumesWhereItStopped) {
   m_daemon.setDelay(std::chrono::milliseconds(0));
   ASSERT_EQ(run({"work"}), 0);
   EXPECT_EQ(store().stageCounts()[CaptureStage::organized], 6);
+}
+
+TEST_F(Cli, ShowTakesAUniqueStartOfAnIdInEitherCase) {
+  const std::string first = "abcd1234-0000-4000-8000-000000000001";
+  for (const std::string& id : {first, std::string("abcd5678-0000-4000-8000-000000000002")}) {
+    Capture capture = testing::sampleCapture(id.back() - '0', 10);
+    capture.id = id;
+    store().insert(capture);
+  }
+  std::string out;
+  std::string err;
+  ASSERT_EQ(run({"show", "--json", "ABCD12"}, &out, &err), 0) << err;
+  EXPECT_EQ(nlohmann::json::parse(out)["id"], first);
+
+  EXPECT_EQ(run({"show", "abcd"}, &out, &err), 1);
+  EXPECT_NE(err.find("“abcd” begins the ids of 2 captures"), std::string::npos) << err;
+  EXPECT_NE(err.find("  abcd5678  Window 2\n"), std::string::npos) << err;
+  EXPECT_EQ(run({"show", "abc"}, &out, &err), 2);
+  EXPECT_NE(err.find("at least 4"), std::string::npos) << err;
+  EXPECT_EQ(run({"show", "abce"}, &out, &err), 1);
+  EXPECT_EQ(err, "No capture with that id.\n");
+}
+
+TEST_F(Cli, OnATerminalImportRedrawsOneLineAndLeavesOnlyItsSummary) {
+  if (!std::filesystem::exists("/usr/bin/script")) GTEST_SKIP() << "script(1) gives the terminal";
+  std::string command = BRINDLEMOOR_CLI;
+  command += " import";
+  for (const char* name : {"one.png", "two.png"}) {
+    command += " '" + file(name, testing::textPicture(name)).string() + "'";
+  }
+  testing::ChildProcess child("/usr/bin/script", {"-qec", command, "/dev/null"},
+                              environment(m_daemon.host()));
+  ASSERT_EQ(child.wait(), 0) << child.out();
+  const std::string& out = child.out();
+  EXPECT_NE(out.find("\rImporting 0 of 2  "), std::string::npos) << out;
+  EXPECT_NE(out.find("\rWorking "), std::string::npos) << out;
+  EXPECT_TRUE(out.ends_with("\r\x1b[KOrganized 2 of 2.\r\n")) << out;
+  EXPECT_EQ(out.find('\n'), out.size() - 1) << "no line but the summary's ends";
 }
 
 }  // namespace

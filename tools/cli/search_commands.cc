@@ -23,7 +23,11 @@ constexpr const char* kShowHelp =
     "Usage: brindlemoor-cli show [--json] ID\n"
     "\n"
     "Shows one capture in full: title, summary, passages worth keeping, note,\n"
-    "tags, links, its collection, and the text on it or said in it.\n";
+    "tags, links, its collection, and the text on it or said in it.\n"
+    "\n"
+    "ID is the capture's id or any start of it, of 4 characters or more, that\n"
+    "no other capture's id shares: the 8 that import, work and status print\n"
+    "will do. Exits with 1 if no capture, or more than one, has it.\n";
 
 constexpr const char* kCollectionsHelp =
     "Usage: brindlemoor-cli collections [--json]\n"
@@ -54,21 +58,10 @@ std::vector<CaptureCollection> readCollections(LibraryStore& store) {
   }
 }
 
-}  // namespace
-
-int search(const std::vector<std::string>& args) {
-  const auto read = Options::read(args, kSearchHelp);
-  if (const int* exitCode = std::get_if<int>(&read)) return *exitCode;
-  const Options& options = std::get<Options>(read);
+int printFindings(Library& library, const Options& options) {
   const std::string query = Text::joined(options.rest, " ");
-  if (Text::trimmed(query).empty()) {
-    std::cerr << "search needs words to look for; see --help.\n";
-    return kMisused;
-  }
-  auto library = openLibrary();
-  if (!library) return kFailed;
-  const SearchFindings found = library->findings(query);
-  const auto collections = readCollections(library->store());
+  const SearchFindings found = library.findings(query);
+  const auto collections = readCollections(library.store());
 
   if (options.json) {
     nlohmann::ordered_json report{{"query", query},
@@ -112,52 +105,23 @@ int search(const std::vector<std::string>& args) {
   return kSucceeded;
 }
 
-int show(const std::vector<std::string>& args) {
-  const auto read = Options::read(args, kShowHelp);
-  if (const int* exitCode = std::get_if<int>(&read)) return *exitCode;
-  const Options& options = std::get<Options>(read);
-  if (options.rest.size() != 1) {
-    std::cerr << "show takes one capture id; see --help.\n";
-    return kMisused;
-  }
-  auto library = openLibrary();
-  if (!library) return kFailed;
-  std::optional<Capture> capture;
-  try {
-    capture = library->store().capture(options.rest.front());
-  } catch (const Database::Failure& failure) {
-    std::cerr << failure.what() << "\n";
-    return kFailed;
-  }
-  if (!capture) {
-    std::cerr << "No capture with that id.\n";
-    return kFailed;
-  }
+int printCapture(Library& library, const Options& options) {
+  const auto found = findCapture(library.store(), options.rest.front());
+  if (const int* exitCode = std::get_if<int>(&found)) return *exitCode;
+  const Capture& capture = std::get<Capture>(found);
   const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createDefault());
-  const std::string text = CaptureText::full(*capture, readCollections(library->store()),
+  const std::string text = CaptureText::full(capture, readCollections(library.store()),
                                              icu::Locale::getDefault(), *zone);
   if (options.json) {
-    std::cout << dump({{"id", capture->id}, {"stage", capture->stage.raw()}, {"text", text}})
-              << "\n";
+    std::cout << dump({{"id", capture.id}, {"stage", capture.stage.raw()}, {"text", text}}) << "\n";
   } else {
     std::cout << text << "\n";
   }
   return kSucceeded;
 }
 
-int collections(const std::vector<std::string>& args) {
-  const auto read = Options::read(args, kCollectionsHelp);
-  if (const int* exitCode = std::get_if<int>(&read)) return *exitCode;
-  const Options& options = std::get<Options>(read);
-  auto library = openLibrary();
-  if (!library) return kFailed;
-  std::vector<CaptureCollection> all;
-  try {
-    all = library->store().collections();
-  } catch (const Database::Failure& failure) {
-    std::cerr << failure.what() << "\n";
-    return kFailed;
-  }
+int printCollections(Library& library, const Options& options) {
+  const std::vector<CaptureCollection> all = library.store().collections();
   if (options.json) {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const auto& collection : all) list.push_back(collectionJson(collection));
@@ -171,6 +135,34 @@ int collections(const std::vector<std::string>& args) {
               << ")\n";
   }
   return kSucceeded;
+}
+
+}  // namespace
+
+int search(const std::vector<std::string>& args) {
+  return runCommand(
+      args, kSearchHelp,
+      [](const Options& options) -> std::optional<int> {
+        if (Text::trimmed(Text::joined(options.rest, " ")).empty()) {
+          return misused("search needs words to look for");
+        }
+        return std::nullopt;
+      },
+      printFindings);
+}
+
+int show(const std::vector<std::string>& args) {
+  return runCommand(
+      args, kShowHelp,
+      [](const Options& options) -> std::optional<int> {
+        if (options.rest.size() != 1) return misused("show takes one capture id");
+        return std::nullopt;
+      },
+      printCapture);
+}
+
+int collections(const std::vector<std::string>& args) {
+  return runCommand(args, kCollectionsHelp, printCollections);
 }
 
 }  // namespace brindlemoor::cli

@@ -56,40 +56,28 @@ void printCounts(const char* label, const nlohmann::ordered_json& counts) {
   std::cout << "\n";
 }
 
-}  // namespace
-
-int status(const std::vector<std::string>& args) {
-  const auto read = Options::read(args, kHelp);
-  if (const int* exitCode = std::get_if<int>(&read)) return *exitCode;
-  const Options& options = std::get<Options>(read);
-  auto library = openLibrary();
-  if (!library) return kFailed;
-  LibraryStore& store = library->store();
+int printStatus(Library& library, const Options& options) {
+  LibraryStore& store = library.store();
 
   nlohmann::ordered_json report;
-  try {
-    report["library"] = store.root().string();
-    report["captures"] = store.count();
-    report["stages"] = countsObject(store.stageCounts());
-    report["media"] = countsObject(store.mediaCounts());
-    report["waiting"] = nlohmann::ordered_json::array();
-    for (const auto& capture : store.unfinished(kWaitingShown)) {
-      report["waiting"].push_back({{"id", capture.id},
-                                   {"title", capture.displayTitle()},
-                                   {"stage", capture.stage.raw()},
-                                   {"error", capture.lastError ? *capture.lastError : ""}});
-    }
-  } catch (const Database::Failure& failure) {
-    std::cerr << failure.what() << "\n";
-    return kFailed;
+  report["library"] = store.root().string();
+  report["captures"] = store.count();
+  report["stages"] = countsObject(store.stageCounts());
+  report["media"] = countsObject(store.mediaCounts());
+  report["waiting"] = nlohmann::ordered_json::array();
+  for (const auto& capture : store.unfinished(kWaitingShown)) {
+    report["waiting"].push_back({{"id", capture.id},
+                                 {"title", capture.displayTitle()},
+                                 {"stage", capture.stage.raw()},
+                                 {"error", capture.lastError ? *capture.lastError : ""}});
   }
-  const Daemon daemon = askDaemon(*library);
-  report["ollama"] = {{"host", library->client().host()},
+  const Daemon daemon = askDaemon(library);
+  report["ollama"] = {{"host", library.client().host()},
                       {"running", daemon.version.has_value()},
                       {"version", daemon.version.value_or("")},
                       {"problem", daemon.problem}};
-  report["models"] = {{"vision", library->visionModel()},
-                      {"embedding", library->embeddingModel()},
+  report["models"] = {{"vision", library.visionModel()},
+                      {"embedding", library.embeddingModel()},
                       {"missing", daemon.missing}};
 
   if (options.json) {
@@ -111,17 +99,23 @@ int status(const std::vector<std::string>& args) {
     std::cout << "\n";
   }
   if (daemon.version) {
-    std::cout << "Ollama: " << *daemon.version << " at " << library->client().host() << "\n";
+    std::cout << "Ollama: " << *daemon.version << " at " << library.client().host() << "\n";
   } else {
-    std::cout << "Ollama: not answering at " << library->client().host() << " (" << daemon.problem
+    std::cout << "Ollama: not answering at " << library.client().host() << " (" << daemon.problem
               << ")\n";
   }
-  std::cout << "Models: vision " << library->visionModel() << ", embedding "
-            << library->embeddingModel() << "\n";
+  std::cout << "Models: vision " << library.visionModel() << ", embedding "
+            << library.embeddingModel() << "\n";
   for (const auto& model : daemon.missing) {
     std::cout << "Missing model: " << model << " (ollama pull " << model << ")\n";
   }
   return kSucceeded;
+}
+
+}  // namespace
+
+int status(const std::vector<std::string>& args) {
+  return runCommand(args, kHelp, printStatus);
 }
 
 }  // namespace brindlemoor::cli

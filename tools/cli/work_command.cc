@@ -1,5 +1,3 @@
-#include <iostream>
-
 #include "tools/cli/commands.h"
 #include "tools/cli/session.h"
 
@@ -11,7 +9,8 @@ constexpr const char* kHelp =
     "\n"
     "Takes every capture that is not yet organized as far as it can go now:\n"
     "reads its text, has the vision model describe it, embeds it and files it\n"
-    "in a collection, writing a line whenever a capture moves on or waits.\n"
+    "in a collection, writing a line whenever a capture moves on or waits;\n"
+    "on a terminal, one line that changes in place, then a summary.\n"
     "Captures that wait for a retry are left until their time has come.\n";
 
 // Enough to follow a whole import; more are worked on all the same.
@@ -20,24 +19,18 @@ constexpr std::int64_t kFollowed = 100'000;
 }  // namespace
 
 int work(const std::vector<std::string>& args) {
-  const auto read = Options::read(args, kHelp);
-  if (const int* exitCode = std::get_if<int>(&read)) return *exitCode;
-  const Options& options = std::get<Options>(read);
-  if (!options.rest.empty()) {
-    std::cerr << "work takes no files; see --help.\n";
-    return kMisused;
-  }
-  auto library = openLibrary();
-  if (!library) return kFailed;
-  std::vector<std::string> ids;
-  try {
-    for (const auto& capture : library->store().unfinished(kFollowed)) ids.push_back(capture.id);
-  } catch (const Database::Failure& failure) {
-    std::cerr << failure.what() << "\n";
-    return kFailed;
-  }
-  workWithProgress(*library, ids, options.json);
-  return kSucceeded;
+  return runCommand(
+      args, kHelp,
+      [](const Options& options) -> std::optional<int> {
+        if (!options.rest.empty()) return misused("work takes no files");
+        return std::nullopt;
+      },
+      [](Library& library, const Options& options) {
+        std::vector<std::string> ids;
+        for (const auto& capture : library.store().unfinished(kFollowed)) ids.push_back(capture.id);
+        workWithProgress(library, ids, options.json);
+        return kSucceeded;
+      });
 }
 
 }  // namespace brindlemoor::cli

@@ -11,8 +11,7 @@
 #include <string>
 
 #include "core/agents/mcp_server.h"
-#include "core/understanding/models.h"
-#include "tools/common/settings.h"
+#include "tools/common/library_opening.h"
 
 namespace {
 
@@ -51,17 +50,8 @@ int main() {
   std::signal(SIGPIPE, SIG_IGN);
   std::ios::sync_with_stdio(false);
 
-  const auto root = LibraryStore::defaultRoot();
-  std::unique_ptr<Library> library;
-  try {
-    library = std::make_unique<Library>(std::make_unique<LibraryStore>(root), OllamaClient(),
-                                        Settings::visionModel(), std::string(Models::embedding),
-                                        Organizer(), nullptr);
-  } catch (const std::exception& failure) {
-    std::cerr << "Brindlemoor cannot open its library at " << root.string() << ": "
-              << failure.what() << "\n";
-    return 1;
-  }
+  const auto library = LibraryOpening::open(nullptr);
+  if (!library) return 1;
   const MCPServer server(*library, library->store(), BRINDLEMOOR_VERSION);
 
   std::string line;

@@ -397,7 +397,13 @@ std::vector<std::vector<float>> OllamaClient::embed(const std::string& model,
       if (!number.is_number()) throw wrongCount;
       vector.push_back(number.get<float>());
     }
-    vectors.push_back(VectorMath::unit(vector));
+    vector = VectorMath::unit(vector);
+    // A value past a float's range turns infinite, then every element NaN:
+    // such a vector would be kept and match nothing for good.
+    if (!std::ranges::all_of(vector, [](float x) { return std::isfinite(x); })) {
+      throw Failure::badReply("an embedding holds a value that is not a finite number");
+    }
+    vectors.push_back(std::move(vector));
   }
   return vectors;
 }

@@ -108,7 +108,8 @@ class OllamaClient {
   // One unit vector per input, in input order (POST /api/embed); a vector of
   // zeros from the daemon stays zeros. Dimensions are not checked. Waits at
   // most `timeoutSeconds`. Throws Failure; badReply("expected N embeddings")
-  // unless the reply holds exactly one array of numbers per input.
+  // unless the reply holds exactly one array of numbers per input, and
+  // badReply when a vector holds a value that is not a finite number.
   std::vector<std::vector<float>> embed(const std::string& model,
                                         const std::vector<EmbedInput>& inputs,
                                         double timeoutSeconds) const;

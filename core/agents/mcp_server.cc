@@ -129,6 +129,12 @@ std::optional<std::string> MCPServer::handle(std::string_view line) const {
     if (!message || !message->is_object()) return parseError();
     const auto id = message->find("id");
     const bool request = id != message->end();
+    // An id is a string or an integer that fits 64 bits: one that is not
+    // (a fraction, a number too large, null, an object) couldn't be echoed
+    // as it was sent, so the request is refused without one.
+    if (request && !id->is_string() && !id->is_number_integer()) {
+      return serialised(errorReply(nullptr, -32600, "Invalid request"));
+    }
     const auto method = UntrustedJson::stringMember(*message, "method");
     if (!method) {
       if (!request) return std::nullopt;

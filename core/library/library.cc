@@ -35,6 +35,14 @@ void Library::startWork() {
   if (m_loop) m_loop->startWork();
 }
 
+void Library::setWhenOthersWork(WorkLoop::WhenOthersWork choice) {
+  if (m_loop) m_loop->setWhenOthersWork(choice);
+}
+
+bool Library::othersWork() {
+  return m_loop && m_loop->othersWork();
+}
+
 std::string Library::visionModel() const {
   std::lock_guard lock(m_mutex);
   return m_visionModel;

@@ -101,6 +101,11 @@ class Library {
   void work();
   // Asks for the same without waiting for it; without a pipeline, nothing.
   void startWork();
+  // One process's pipeline works on a library at a time. While another's
+  // does, a drain leaves the captures to it, or waits for it when told to.
+  void setWhenOthersWork(WorkLoop::WhenOthersWork choice);
+  // Whether another process's pipeline is working on this library now.
+  bool othersWork();
 
   // --- Search (LibrarySearch). None of these throws. ---
 

@@ -1,11 +1,13 @@
 #include "core/library/work_loop.h"
 
+#include <string>
+#include <unordered_set>
 #include <vector>
 
 namespace brindlemoor {
 
 WorkLoop::WorkLoop(LibraryStore& store, Step step)
-    : m_store(store), m_step(std::move(step)), m_thread([this] { run(); }) {}
+    : m_store(store), m_step(std::move(step)), m_lock(store.root()), m_thread([this] { run(); }) {}
 
 WorkLoop::~WorkLoop() {
   {
@@ -53,20 +55,58 @@ void WorkLoop::run() {
   m_answered.notify_all();
 }
 
+void WorkLoop::setWhenOthersWork(WhenOthersWork choice) {
+  std::lock_guard lock(m_mutex);
+  m_whenOthersWork = choice;
+}
+
+bool WorkLoop::othersWork() {
+  std::lock_guard lock(m_lockMutex);
+  if (m_holding) return false;  // this loop's own drain holds it
+  PipelineLock probe(m_store.root());
+  if (!probe.tryTake()) return true;
+  probe.release();
+  return false;
+}
+
 void WorkLoop::drain() {
+  bool held;
+  {
+    std::lock_guard lock(m_lockMutex);
+    held = m_holding = m_lock.tryTake();
+  }
+  if (!held) {
+    WhenOthersWork choice;
+    {
+      std::lock_guard lock(m_mutex);
+      choice = m_whenOthersWork;
+    }
+    if (choice == WhenOthersWork::leave) return;
+    m_lock.take();
+    std::lock_guard lock(m_lockMutex);
+    m_holding = true;
+  }
+  std::unordered_set<std::string> taken;
   while (!stopping()) {
     std::vector<Capture> batch;
     try {
-      batch = m_store.pending(now(), kBatchSize);
+      // Enough to find a batch of captures not yet taken in this drain.
+      batch = m_store.pending(now(), kBatchSize + static_cast<std::int64_t>(taken.size()));
     } catch (const Database::Failure&) {
-      return;  // dropped on purpose: the next ask tries again
+      break;  // dropped on purpose: the next ask tries again
     }
-    if (batch.empty()) return;
+    std::erase_if(batch, [&](const Capture& capture) { return taken.contains(capture.id); });
+    if (batch.empty()) break;
+    if (batch.size() > static_cast<std::size_t>(kBatchSize)) batch.resize(kBatchSize);
     for (const Capture& capture : batch) {
-      if (stopping()) return;
+      if (stopping()) break;
+      taken.insert(capture.id);
       m_step(capture);
     }
   }
+  std::lock_guard lock(m_lockMutex);
+  m_lock.release();
+  m_holding = false;
 }
 
 }  // namespace brindlemoor

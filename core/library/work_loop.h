@@ -15,6 +15,7 @@
 #include <mutex>
 #include <thread>
 
+#include "core/library/pipeline_lock.h"
 #include "core/model/capture.h"
 #include "core/store/library_store.h"
 
@@ -29,6 +30,10 @@ class WorkLoop {
 
   static constexpr std::int64_t kBatchSize = 20;
 
+  // What a drain does when another process's pipeline is working on the
+  // library: waits for it to finish, or leaves the captures to it.
+  enum class WhenOthersWork { wait, leave };
+
   // Starts the thread, idle. `store` must outlive the loop.
   WorkLoop(LibraryStore& store, Step step);
   // Stops after the capture in hand (its recorded stages stay) and releases
@@ -38,13 +43,21 @@ class WorkLoop {
   WorkLoop& operator=(const WorkLoop&) = delete;
 
   // Returns once nothing pending can be done now: every capture not
-  // organized has been taken up, or waits for its retry time. A call made
-  // while a drain runs waits for a drain of its own, which looks at the
-  // captures again. A failure to read the pending captures ends the drain
-  // silently; the next ask tries again.
+  // organized that was due has been taken up once, and waits for its retry
+  // time or is done. A capture whose retry falls due during the drain waits
+  // for the next one, so a drain ends even when every call fails slowly. A
+  // call made while a drain runs waits for a drain of its own, which looks
+  // at the captures again. A failure to read the pending captures ends the
+  // drain silently; the next ask tries again. Only one process's drain runs
+  // on a library at a time (PipelineLock).
   void work();
   // Asks for the same without waiting for it.
   void startWork();
+
+  // Leave, unless told to wait. Applies from the next drain.
+  void setWhenOthersWork(WhenOthersWork choice);
+  // Whether another process's pipeline is working on the library now.
+  bool othersWork();
 
  private:
   void run();
@@ -54,8 +67,13 @@ class WorkLoop {
   LibraryStore& m_store;
   const Step m_step;
 
+  PipelineLock m_lock;  // taken and released by the loop's thread
+  std::mutex m_lockMutex;
+  bool m_holding = false;  // guarded by m_lockMutex: whether m_lock is held
+
   std::mutex m_mutex;
-  std::uint64_t m_requested = 0;       // guarded by m_mutex: asks so far
+  WhenOthersWork m_whenOthersWork = WhenOthersWork::leave;  // guarded by m_mutex
+  std::uint64_t m_requested = 0;                            // guarded by m_mutex: asks so far
   std::uint64_t m_served = 0;          // guarded by m_mutex: asks a finished drain answered
   bool m_stopping = false;             // guarded by m_mutex
   std::condition_variable m_wake;      // the loop's thread waits here for asks

@@ -115,10 +115,16 @@ TEST_F(MCP, IdAndMethodDecideWhetherAndHowToAnswer) {
   EXPECT_EQ(reply(R"({"jsonrpc":"2.0"})"), std::nullopt) << "neither id nor method";
   EXPECT_EQ(reply(R"({"method":"tools/call","params":{"name":"list_collections"}})"), std::nullopt)
       << "a notification is never acted upon";
-  // Any JSON value is an id, null included, and comes back as it was sent.
-  for (const json& id : {json(nullptr), json(-3), json({{"k", 1}})}) {
+  // A string or a 64-bit integer comes back as it was sent; any other id is
+  // refused, since it couldn't be.
+  for (const json& id : {json(-3), json(18446744073709551615u), json("x")}) {
     EXPECT_EQ(reply(json{{"id", id}, {"method", "ping"}}.dump()),
               json({{"jsonrpc", "2.0"}, {"id", id}, {"result", json::object()}}));
+  }
+  for (const char* id : {"null", "{\"k\":1}", "[1]", "true", "1.5", "18446744073709551616"}) {
+    EXPECT_EQ(reply(std::string(R"({"method":"ping","id":)") + id + "}"),
+              error(nullptr, -32600, "Invalid request"))
+        << id;
   }
   EXPECT_EQ(*m_server.handle(R"({"id":"a/b","method":"ping"})"),
             R"({"id":"a/b","jsonrpc":"2.0","result":{}})")

@@ -145,5 +145,39 @@ TEST_F(WorkLoopTest, DestroyingTheLibraryReleasesWaiters) {
   EXPECT_EQ(m_store.pending(now(), 20).size(), 5u - seen().size());
 }
 
+TEST_F(WorkLoopTest, ADrainTakesEachCaptureOnceThoughItsRetryFallsDueMeanwhile) {
+  for (int n = 0; n < 25; ++n) m_store.insert(sampleCapture(n, n));
+  // Every call fails slowly enough for its retry to be due before the next:
+  // a drain that took them up again would never end.
+  start([&](const Capture& capture) {
+    if (seen().size() > 200) return organize(capture);  // the fault, bounded
+    m_store.recordFailure(capture.id, "Ollama is not running", 0, now());
+  });
+  m_loop->work();
+  EXPECT_EQ(seen().size(), 25u);
+  m_loop->work();
+  EXPECT_EQ(seen().size(), 50u) << "the next drain tries them again";
+}
+
+TEST_F(WorkLoopTest, AnotherProcesssDrainIsLeftAloneOrWaitedFor) {
+  m_store.insert(sampleCapture(1, 1));
+  start([&](const Capture& capture) { organize(capture); });
+  PipelineLock others(m_dir.path());
+  ASSERT_TRUE(others.tryTake());
+  EXPECT_TRUE(m_loop->othersWork());
+  m_loop->work();
+  EXPECT_TRUE(seen().empty()) << "left to the other process";
+
+  m_loop->setWhenOthersWork(WorkLoop::WhenOthersWork::wait);
+  std::thread release([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    others.release();
+  });
+  m_loop->work();
+  release.join();
+  EXPECT_EQ(seen().size(), 1u) << "done once the other let go";
+  EXPECT_FALSE(m_loop->othersWork());
+}
+
 }  // namespace
 }  // namespace brindlemoor

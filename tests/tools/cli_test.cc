@@ -201,7 +201,7 @@ TEST_F(Cli, OnATerminalImportRedrawsOneLineAndLeavesOnlyItsSummary) {
   EXPECT_NE(out.find("\rImporting 0 of 2  "), std::string::npos) << out;
   EXPECT_NE(out.find("\rWorking "), std::string::npos) << out;
   EXPECT_TRUE(out.ends_with("\r\x1b[KOrganized 2 of 2.\r\n")) << out;
-  EXPECT_EQ(out.find('\n'), out.size() - 1) << "no line but the summary's ends";
+  EXPECT_EQ(out.find('\n'), out.size() - 1) << "no line but the summary's ends: " << out;
 }
 
 }  // namespace

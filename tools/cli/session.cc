@@ -158,6 +158,11 @@ void workWithProgress(Library& library, const std::vector<std::string>& ids, boo
                   (moved ? "  " + captureLine(*moved) : ""));
     std::cout.flush();
   };
+  // The command asked for the work to be done, so it waits its turn.
+  library.setWhenOthersWork(WorkLoop::WhenOthersWork::wait);
+  if (library.othersWork()) {
+    std::cerr << "Another process is working on this library; waiting for it to finish.\n";
+  }
   report();
   library.setOnChange(report);
   library.work();

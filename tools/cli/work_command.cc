@@ -11,7 +11,9 @@ constexpr const char* kHelp =
     "reads its text, has the vision model describe it, embeds it and files it\n"
     "in a collection, writing a line whenever a capture moves on or waits;\n"
     "on a terminal, one line that changes in place, then a summary.\n"
-    "Captures that wait for a retry are left until their time has come.\n";
+    "Each capture is taken up once; those that wait for a retry are left\n"
+    "until their time has come, and the summary says why each waits. When\n"
+    "another process is working on the library, waits for it to finish.\n";
 
 // Enough to follow a whole import; more are worked on all the same.
 constexpr std::int64_t kFollowed = 100'000;

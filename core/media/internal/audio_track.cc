@@ -1,14 +1,20 @@
 #include "core/media/internal/audio_track.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 extern "C" {
 #include <libavutil/channel_layout.h>
 #include <libswresample/swresample.h>
 }
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -26,12 +32,42 @@ using Resampler = std::unique_ptr<SwrContext, FreeResampler>;
 
 constexpr int kBytesPerSample = 2;
 
+std::FILE* openPrivate(const std::filesystem::path& path) {
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (fd < 0) return nullptr;
+  std::FILE* file = ::fdopen(fd, "wb");
+  if (!file) ::close(fd);
+  return file;
+}
+
+// Sound files of ours that a killed process left behind: any older than
+// this is no longer being written or read by anyone.
+constexpr auto kStaleAfter = std::chrono::hours(1);
+
+void removeStale(const std::filesystem::path& directory) {
+  std::error_code error;
+  const auto now = std::filesystem::file_time_type::clock::now();
+  for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
+    const std::string name = entry.path().filename().string();
+    if (!name.starts_with("bm-audio-") || !name.ends_with(".wav")) continue;
+    struct stat status {};
+    if (::lstat(entry.path().c_str(), &status) != 0 || status.st_uid != ::getuid() ||
+        !S_ISREG(status.st_mode)) {
+      continue;
+    }
+    std::error_code ignored;  // another process may have removed it first
+    const auto written = entry.last_write_time(ignored);
+    if (!ignored && now - written > kStaleAfter) std::filesystem::remove(entry.path(), ignored);
+  }
+}
+
 // A WAV file being written: the header's sizes are filled in by `finish`,
 // once the number of samples is known.
 class WavFile {
  public:
-  // Creates the file, failing if it exists.
-  explicit WavFile(const std::filesystem::path& path) : m_file(std::fopen(path.c_str(), "wbx")) {
+  // Creates the file, failing if it exists; only the user may read it, for
+  // it holds what was said in the user's video.
+  explicit WavFile(const std::filesystem::path& path) : m_file(openPrivate(path)) {
     std::array<std::uint8_t, kHeaderSize> header{};
     m_ok = m_file != nullptr &&
            std::fwrite(header.data(), 1, header.size(), m_file.get()) == header.size();
@@ -159,6 +195,8 @@ std::optional<std::filesystem::path> exported(const std::filesystem::path& video
     return std::nullopt;
   }
 
+  static std::once_flag swept;
+  std::call_once(swept, [&] { removeStale(directory); });
   const std::filesystem::path path = directory / ("bm-audio-" + newIdentifier() + ".wav");
   // Removes the file unless it was written whole, also when a throw ends the
   // writing.

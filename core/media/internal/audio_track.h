@@ -17,8 +17,10 @@ inline constexpr int kSampleRate = 16000;
 inline constexpr std::size_t kHeaderSize = 44;
 
 // Exports the sound of the main audio stream of `video` (the one FFmpeg
-// deems best) to a new file "bm-audio-<uuid>.wav" in `directory` and gives
-// its path; the caller removes it. Gives nothing, and leaves no file behind,
+// deems best) to a new file "bm-audio-<uuid>.wav" in `directory`, readable
+// by the user alone, and gives its path; the caller removes it. The first
+// export of a process removes the user's such files in `directory` that a
+// killed process left behind (untouched for an hour). Gives nothing, and leaves no file behind,
 // when `video` is no media file FFmpeg reads, has no audio stream, has one no
 // decoder here reads, or the file cannot be written. No file is made before
 // the stream's decoder is open. Damaged packets are passed over.

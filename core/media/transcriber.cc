@@ -3,11 +3,16 @@
 #include <pocketsphinx.h>
 #include <sphinxbase/err.h>
 
+#include <algorithm>
+#include <climits>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "core/media/internal/audio_models.h"
 #include "core/media/internal/audio_track.h"
@@ -47,31 +52,80 @@ Decoder loaded(const AudioModels::Model& model) {
   return decoder;
 }
 
-// What `decoder` hears in `wav`, trimmed; nothing when that is empty.
-std::optional<std::string> heard(ps_decoder_t* decoder, const fs::path& wav) {
+// The sound is heard in utterances of at most this length: the
+// recogniser's search grows with the utterance, so this is what bounds its
+// memory. Each is cut at the quietest tenth of a second of its last few
+// seconds, so that a cut seldom falls inside a word.
+constexpr std::size_t kUtteranceSamples = 30 * AudioTrack::kSampleRate;
+constexpr std::size_t kCutWithinSamples = 5 * AudioTrack::kSampleRate;
+constexpr std::size_t kQuietSamples = AudioTrack::kSampleRate / 10;
+
+// Where to end an utterance of `samples`: after its quietest stretch near
+// the end.
+std::size_t quietCut(const std::vector<std::int16_t>& samples) {
+  std::size_t best = samples.size();
+  std::int64_t quietest = INT64_MAX;
+  for (std::size_t at = samples.size() - kCutWithinSamples; at + kQuietSamples <= samples.size();
+       at += kQuietSamples) {
+    std::int64_t energy = 0;
+    for (std::size_t i = at; i < at + kQuietSamples; ++i) energy += std::abs(samples[i]);
+    if (energy < quietest) {
+      quietest = energy;
+      best = at + kQuietSamples / 2;
+    }
+  }
+  return best;
+}
+
+// What `decoder` hears in the first `seconds` of `wav`, utterance by
+// utterance, trimmed; nothing when that is empty. Each utterance is heard
+// whole, which lets the recogniser normalise it by its own average.
+std::optional<std::string> heard(ps_decoder_t* decoder, const fs::path& wav, double seconds) {
   struct Close {
     void operator()(std::FILE* file) const { std::fclose(file); }
   };
   const std::unique_ptr<std::FILE, Close> file(std::fopen(wav.c_str(), "rb"));
-  if (file == nullptr || std::fseek(file.get(), AudioTrack::kHeaderSize, SEEK_SET) != 0 ||
-      ps_decode_raw(decoder, file.get(), -1) < 0) {
+  if (file == nullptr || std::fseek(file.get(), AudioTrack::kHeaderSize, SEEK_SET) != 0) {
     return std::nullopt;
   }
-  const char* hypothesis = ps_get_hyp(decoder, nullptr);
-  if (hypothesis == nullptr) return std::nullopt;
-  std::string text = Text::trimmed(hypothesis);
+  std::string text;
+  std::size_t left = static_cast<std::size_t>(seconds * AudioTrack::kSampleRate);
+  std::vector<std::int16_t> utterance;
+  utterance.reserve(kUtteranceSamples);
+  for (bool ended = false; !ended || !utterance.empty();) {
+    const std::size_t start = utterance.size();
+    const std::size_t wanted = std::min(kUtteranceSamples - start, left);
+    utterance.resize(start + wanted);
+    const std::size_t got =
+        std::fread(utterance.data() + start, sizeof(std::int16_t), wanted, file.get());
+    utterance.resize(start + got);
+    left -= got;
+    ended = ended || got < wanted || left == 0;
+    const std::size_t cut = ended ? utterance.size() : quietCut(utterance);
+    if (ps_start_utt(decoder) < 0 ||
+        ps_process_raw(decoder, utterance.data(), cut, FALSE, TRUE) < 0 ||
+        ps_end_utt(decoder) < 0) {
+      return std::nullopt;
+    }
+    const char* hypothesis = ps_get_hyp(decoder, nullptr);
+    const std::string words = hypothesis ? Text::trimmed(hypothesis) : "";
+    if (!words.empty()) text += (text.empty() ? "" : " ") + words;
+    utterance.erase(utterance.begin(), utterance.begin() + static_cast<std::ptrdiff_t>(cut));
+  }
   if (text.empty()) return std::nullopt;
   return text;
 }
 
 }  // namespace
 
-std::optional<std::string> transcribe(const fs::path& video, std::string_view locale) noexcept {
+std::optional<std::string> transcribe(const fs::path& video, std::string_view locale,
+                                      double seconds) noexcept {
   try {
     const std::optional<AudioModels::Model> model =
         AudioModels::forLocale(locale, AudioModels::kInstalled);
     if (!model) return std::nullopt;
-    const std::optional<fs::path> wav = AudioTrack::exported(video, fs::temp_directory_path());
+    const std::optional<fs::path> wav =
+        AudioTrack::exported(video, fs::temp_directory_path(), seconds);
     if (!wav) return std::nullopt;
     const struct Removal {
       const fs::path& path;
@@ -83,7 +137,7 @@ std::optional<std::string> transcribe(const fs::path& video, std::string_view lo
 
     const Decoder decoder = loaded(*model);
     if (decoder == nullptr) return std::nullopt;
-    return heard(decoder.get(), *wav);
+    return heard(decoder.get(), *wav, seconds);
   } catch (...) {
     // No transcript is a normal outcome; the capture goes on without one.
     return std::nullopt;

@@ -19,15 +19,21 @@
 
 namespace brindlemoor::Transcriber {
 
-// The words spoken in `video`, heard with the model for `locale` (an ICU or
-// POSIX locale name such as "de_DE.UTF-8") when one is installed, else with
-// the US English one. Never throws: nothing, when no model is installed, the
-// file is no media file or has no sound, or nothing is heard.
+// How much of a video is heard: its first ten minutes. Hearing takes about
+// a third of the sound's length, and a capture waits for it.
+inline constexpr double kHeardSeconds = 600;
+
+// The words spoken in the first `seconds` of `video`, heard with the model
+// for `locale` (an ICU or POSIX locale name such as "de_DE.UTF-8") when one
+// is installed, else with the US English one. The sound is heard in
+// utterances of 30 s at most, cut where it is quietest, so memory stays
+// bounded whatever the length. Never throws: nothing, when no model is
+// installed, the file is no media file or has no sound, or nothing is heard.
 //
 // The sound lives in a file "bm-audio-<uuid>.wav" in the temporary directory
 // ($TMPDIR, else /tmp) for the length of the call only, and is removed in
 // every case; a video without sound makes none.
-std::optional<std::string> transcribe(const std::filesystem::path& video,
-                                      std::string_view locale) noexcept;
+std::optional<std::string> transcribe(const std::filesystem::path& video, std::string_view locale,
+                                      double seconds = kHeardSeconds) noexcept;
 
 }  // namespace brindlemoor::Transcriber

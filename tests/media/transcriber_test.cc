@@ -101,6 +101,27 @@ TEST_F(TranscriberTest, HearsTheWordsSpokenInAVideoAlikeInAnyLocaleAndOnTwoThrea
   EXPECT_FALSE(audioFilesLeft());
 }
 
+TEST_F(TranscriberTest, HearsEachUtteranceAndNothingPastItsLimit) {
+  const testing::TempDir kept;
+  Sound said = testing::speech("please show me the library", kept.path());
+  const double once = static_cast<double>(said.samples.size()) / said.sampleRate;
+  // Said twice, 28 s apart: two utterances, cut in the quiet between.
+  std::vector<std::int16_t> twice = said.samples;
+  twice.insert(twice.end(), static_cast<std::size_t>(said.sampleRate * 28), 0);
+  twice.insert(twice.end(), said.samples.begin(), said.samples.end());
+  const fs::path video =
+      writeVideo(kept.path() / "twice.mp4", Sound{said.sampleRate, std::move(twice)});
+  const auto count = [](const std::optional<std::string>& text) {
+    std::size_t n = 0;
+    for (std::size_t at = 0; text && (at = text->find("library", at)) != std::string::npos; ++at) {
+      ++n;
+    }
+    return n;
+  };
+  EXPECT_EQ(count(Transcriber::transcribe(video, "en_US")), 2u);
+  EXPECT_EQ(count(Transcriber::transcribe(video, "en_US", once + 0.5)), 1u);
+}
+
 TEST_F(TranscriberTest, WhatHoldsNoSpeechGivesNothingAndLeavesNoSoundFile) {
   const fs::path silent = writeVideo(dir() / "silent.mp4", std::nullopt);
   std::ofstream(dir() / "notes.mp4") << "These are notes, not a video.\n";

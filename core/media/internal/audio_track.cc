@@ -74,6 +74,7 @@ class WavFile {
   }
 
   bool ok() const { return m_ok; }
+  std::size_t dataBytes() const { return m_dataBytes; }
 
   void append(const std::uint8_t* samples, std::size_t bytes) {
     m_ok = m_ok && std::fwrite(samples, 1, bytes, m_file.get()) == bytes;
@@ -168,11 +169,12 @@ class Downmix {
   std::vector<std::uint8_t> m_buffer;
 };
 
-// The whole stream of `decoder` written to `wav`; false when it fails.
-bool decodeInto(Av::Decoder& decoder, WavFile& wav) {
+// The stream of `decoder` written to `wav` until it holds `bytes` of sound
+// or the stream ends; false when it fails.
+bool decodeInto(Av::Decoder& decoder, WavFile& wav, std::size_t bytes) {
   const Av::Frame frame = Av::newFrame();
   Downmix downmix;
-  while (decoder.next(frame.get())) {
+  while (wav.dataBytes() < bytes && decoder.next(frame.get())) {
     const bool written = downmix.convert(frame.get(), wav);
     av_frame_unref(frame.get());
     if (!written) return false;
@@ -183,7 +185,8 @@ bool decodeInto(Av::Decoder& decoder, WavFile& wav) {
 }  // namespace
 
 std::optional<std::filesystem::path> exported(const std::filesystem::path& video,
-                                              const std::filesystem::path& directory) {
+                                              const std::filesystem::path& directory,
+                                              double seconds) {
   std::unique_ptr<Av::Input> input;
   std::unique_ptr<Av::Decoder> decoder;
   try {
@@ -209,7 +212,8 @@ std::optional<std::filesystem::path> exported(const std::filesystem::path& video
     }
   } keep{path};
   WavFile wav(path);
-  keep.whole = wav.ok() && decodeInto(*decoder, wav);
+  const auto bytes = static_cast<std::size_t>(seconds * kSampleRate) * kBytesPerSample;
+  keep.whole = wav.ok() && decodeInto(*decoder, wav, bytes);
   if (!keep.whole) return std::nullopt;
   return path;
 }

@@ -16,15 +16,16 @@ inline constexpr int kSampleRate = 16000;
 // the samples, little-endian.
 inline constexpr std::size_t kHeaderSize = 44;
 
-// Exports the sound of the main audio stream of `video` (the one FFmpeg
-// deems best) to a new file "bm-audio-<uuid>.wav" in `directory`, readable
-// by the user alone, and gives its path; the caller removes it. The first
+// Exports the first `seconds` (a frame more at most) of the sound of the
+// main audio stream of `video` (the one FFmpeg deems best) to a new file "bm-audio-<uuid>.wav" in
+// `directory`, readable by the user alone, and gives its path; the caller removes it. The first
 // export of a process removes the user's such files in `directory` that a
 // killed process left behind (untouched for an hour). Gives nothing, and leaves no file behind,
 // when `video` is no media file FFmpeg reads, has no audio stream, has one no
 // decoder here reads, or the file cannot be written. No file is made before
 // the stream's decoder is open. Damaged packets are passed over.
 std::optional<std::filesystem::path> exported(const std::filesystem::path& video,
-                                              const std::filesystem::path& directory);
+                                              const std::filesystem::path& directory,
+                                              double seconds);
 
 }  // namespace brindlemoor::AudioTrack

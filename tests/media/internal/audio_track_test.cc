@@ -24,7 +24,7 @@ TEST(AudioTrack, ExportsTheWholeSoundAsSixteenKilohertzMonoPrivatelyAndSweepsOld
   const testing::Sound tone = testing::tone(3, 440, 44100);
   testing::writeTestVideo(dir.path() / "tone.mp4",
                           {.seconds = 3, .width = 64, .height = 48, .sound = tone});
-  const auto wav = AudioTrack::exported(dir.path() / "tone.mp4", dir.path());
+  const auto wav = AudioTrack::exported(dir.path() / "tone.mp4", dir.path(), 60);
   ASSERT_TRUE(wav.has_value());
   EXPECT_EQ(std::filesystem::status(*wav).permissions(),
             std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);

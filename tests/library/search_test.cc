@@ -14,7 +14,7 @@ using testing::sampleCapture;
 using testing::sampleID;
 
 constexpr const char* kEmbedding = "embedding:test";
-constexpr int kDimension = 16;
+constexpr int kDimension = 768;  // the imitation daemon's
 
 std::vector<std::string> idsOf(const SearchFindings& findings) {
   std::vector<std::string> ids;
@@ -28,7 +28,6 @@ class Search : public ::testing::Test {
  protected:
   Search() {
     m_daemon.setModels({kEmbedding});
-    m_daemon.setDimension(kDimension);
   }
   // The unit vector the daemon gives for `query` as a search embeds it.
   std::vector<float> queryVector(const std::string& query) {

@@ -68,12 +68,11 @@ ImitationOllama::ImitationOllama() : m_server(std::make_unique<httplib::Server>(
   server.Post("/api/embed", [this](const Request& request, Response& response) {
     std::optional<json> body;
     if (answered(request, response) || !(body = bodyForModel(request, response))) return;
-    std::lock_guard lock(m_mutex);
     json embeddings = json::array();
     for (const json& input : body->value("input", json::array())) {
       const bool plain = input.is_string();
       std::vector<float> vector =
-          embeddingOf(plain ? input.get<std::string>() : input.value("text", ""), m_dimension);
+          embeddingOf(plain ? input.get<std::string>() : input.value("text", ""), 768);
       if (!plain && input.contains("image")) addWord(vector, input["image"].get<std::string>());
       embeddings.push_back(vector);
     }
@@ -127,20 +126,10 @@ void ImitationOllama::setReply(Responder responder) {
   m_responder = std::move(responder);
 }
 
-void ImitationOllama::setDimension(int dimension) {
-  std::lock_guard lock(m_mutex);
-  m_dimension = dimension;
-}
-
-void ImitationOllama::holdPull() {
-  std::lock_guard lock(m_mutex);
-  m_holdPull = true;
-}
-
-void ImitationOllama::releasePull() {
+void ImitationOllama::holdPull(bool hold) {
   {
     std::lock_guard lock(m_mutex);
-    m_holdPull = false;
+    m_holdPull = hold;
   }
   m_changed.notify_all();
 }

@@ -3,12 +3,12 @@
 // over real HTTP without a daemon or a model on the machine. It listens on a
 // free loopback port from construction to destruction.
 //
-// It answers /api/version ("0.40.0"), /api/tags (the models it has), /api/generate (the
-// reply it was given), /api/embed (embeddingOf() of each input, never of unit
-// length, so that the client's normalisation shows) and /api/pull (a chunked
-// stream: a manifest line, three of progress, "success"). generate and embed
-// answer 404 with the daemon's words for a model it does not have ("x"
-// stands for "x:latest").
+// It answers /api/version ("0.40.0"), /api/tags (the models it has),
+// /api/generate (the reply it was given), /api/embed (embeddingOf() of each
+// input in 768 dimensions, never of unit length, so that the client's
+// normalisation shows) and /api/pull (a chunked stream: a manifest line, three
+// of progress, "success"). generate and embed answer 404 with the daemon's
+// words for a model it does not have ("x" stands for "x:latest").
 //
 // Every member may be called from any thread, also while requests are being
 // served; each request sees the settings as they were when it arrived.
@@ -55,14 +55,11 @@ class ImitationOllama {
   // The text of every generation, or one made from each request; "" unless set.
   void setReply(std::string text);
   void setReply(Responder responder);
-  // The length of the embedding vectors; 768 unless set.
-  void setDimension(int dimension);
 
-  // Pull streams stop after their first line until releasePull(), or ten
-  // seconds at most; pullHeld() is true from just before that line is sent
-  // until the stream goes on.
-  void holdPull();
-  void releasePull();
+  // While held, pull streams stop after their first line, for ten seconds at
+  // most; pullHeld() is true from just before that line is sent until the
+  // stream goes on.
+  void holdPull(bool hold);
   bool pullHeld() const;
 
   // The vector /api/embed gives for `text`: each word (letters and digits,
@@ -113,7 +110,6 @@ class ImitationOllama {
   bool m_stopping = false;            // guarded by m_mutex, as is all below
   std::vector<std::string> m_models;
   Responder m_responder;
-  int m_dimension = 768;
   bool m_holdPull = false;
   bool m_pullHeld = false;
   std::map<std::string, Fixed> m_fixed;

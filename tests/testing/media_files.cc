@@ -149,23 +149,20 @@ Sound readWav(const std::filesystem::path& path) {
 
 std::vector<std::uint8_t> blackPng(int width, int height) {
   std::vector<std::uint8_t> png{0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
+  const auto bigEndian = [](std::vector<std::uint8_t>& into, std::uint32_t value) {
+    for (int shift = 24; shift >= 0; shift -= 8) into.push_back(static_cast<std::uint8_t>(value >> shift));
+  };
   const auto chunk = [&](const char* type, const std::vector<std::uint8_t>& data) {
-    const auto size = static_cast<std::uint32_t>(data.size());
-    for (int shift = 24; shift >= 0; shift -= 8)
-      png.push_back(static_cast<std::uint8_t>(size >> shift));
+    bigEndian(png, static_cast<std::uint32_t>(data.size()));
     const std::size_t start = png.size();
     png.insert(png.end(), type, type + 4);
     png.insert(png.end(), data.begin(), data.end());
-    const auto crc = static_cast<std::uint32_t>(
-        crc32(0, png.data() + start, static_cast<uInt>(png.size() - start)));
-    for (int shift = 24; shift >= 0; shift -= 8)
-      png.push_back(static_cast<std::uint8_t>(crc >> shift));
+    bigEndian(png, static_cast<std::uint32_t>(
+                       crc32(0, png.data() + start, static_cast<uInt>(png.size() - start))));
   };
   std::vector<std::uint8_t> header;
-  for (const int side : {width, height}) {
-    for (int shift = 24; shift >= 0; shift -= 8)
-      header.push_back(static_cast<std::uint8_t>(side >> shift));
-  }
+  bigEndian(header, static_cast<std::uint32_t>(width));
+  bigEndian(header, static_cast<std::uint32_t>(height));
   header.insert(header.end(), {1, 0, 0, 0, 0});  // 1 bit, grey, deflate, no filter, no interlace
   chunk("IHDR", header);
 

@@ -2,15 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
-#include <optional>
-#include <string>
 #include <thread>
 #include <tuple>
-#include <vector>
 
 #include "tests/testing/failure_of.h"
 #include "tests/testing/imitation_ollama.h"
@@ -110,7 +106,6 @@ TEST_F(OllamaClientTest, GenerateCarriesLargeBodiesWholeWithoutExpectContinue) {
 
 TEST_F(OllamaClientTest, EmbedSendsOneArrayAndGivesUnitVectorsKeepingZeros) {
   m_ollama.setModels({kEmbedding});
-  m_ollama.setDimension(32);
   const auto vectors = m_client.embed(
       kEmbedding, {{.text = "red apples and green pears"}, {}, {.text = "a", .image = Bytes{'a'}}},
       60);
@@ -119,14 +114,14 @@ TEST_F(OllamaClientTest, EmbedSendsOneArrayAndGivesUnitVectorsKeepingZeros) {
       "keep_alive": "10m"})"));
 
   ASSERT_EQ(vectors.size(), 3u);
-  const std::vector<float> sent = ImitationOllama::embeddingOf("red apples and green pears", 32);
+  const std::vector<float> sent = ImitationOllama::embeddingOf("red apples and green pears", 768);
   double length = 0;
   for (const float x : sent) length += static_cast<double>(x) * x;
   length = std::sqrt(length);
   ASSERT_GT(length, 2.0);  // so that the client had something to normalise
-  ASSERT_EQ(vectors[0].size(), 32u);
-  for (std::size_t k = 0; k < 32; ++k) EXPECT_NEAR(vectors[0][k], sent[k] / length, 1e-6);
-  EXPECT_EQ(vectors[1], std::vector<float>(32, 0.0f));
+  ASSERT_EQ(vectors[0].size(), sent.size());
+  for (std::size_t k = 0; k < sent.size(); ++k) EXPECT_NEAR(vectors[0][k], sent[k] / length, 1e-6);
+  EXPECT_EQ(vectors[1], std::vector<float>(sent.size(), 0.0f));
 
   m_ollama.answer("/api/embed", 200, R"({"embeddings": [[1, 0], [1, "0"]]})");
   EXPECT_EQ(failureOf([&] { m_client.embed(kEmbedding, {{.text = "a"}, {.text = "b"}}, 60); }),
@@ -188,9 +183,8 @@ TEST_F(OllamaClientTest, ServesOverlappingCallsFromManyThreads) {
   std::vector<int> right(8, 0);
   for (int t = 0; t < 8; ++t) {
     threads.emplace_back([&, t] {
-      for (int i = 0; i < 5; ++i) {
-        const std::string prompt = std::to_string(t) + "." + std::to_string(i);
-        right[t] += generate(prompt, 60) == prompt;
+      for (int i = t * 5; i < t * 5 + 5; ++i) {
+        right[t] += generate(std::to_string(i), 60) == std::to_string(i);
       }
     });
   }
@@ -198,12 +192,12 @@ TEST_F(OllamaClientTest, ServesOverlappingCallsFromManyThreads) {
   EXPECT_EQ(right, std::vector<int>(8, 5));
 }
 
-TEST_F(OllamaClientTest, PullReportsEachObjectLineAsItComes) {
-  m_ollama.holdPull();
+TEST_F(OllamaClientTest, PullReportsEachObjectLineAsItComesUntilAnError) {
+  m_ollama.holdPull(true);
   std::vector<bool> heldAtCall;
   m_client.pull(kVision, [&](auto...) {
     heldAtCall.push_back(m_ollama.pullHeld());
-    m_ollama.releasePull();
+    m_ollama.holdPull(false);
   });
   EXPECT_EQ(heldAtCall, (std::vector<bool>{true, false, false, false, false}))
       << "the first line was reported only after the stream ended";
@@ -217,19 +211,20 @@ TEST_F(OllamaClientTest, PullReportsEachObjectLineAsItComes) {
                       R"({"status": 2, "completed": "7", "total": 1.5})",
                   "application/x-ndjson");
   EXPECT_EQ(pull(), (std::vector<Call>{{5, 10, "one"}, {0, 0, ""}}));
-}
 
-TEST_F(OllamaClientTest, PullFailsAtALineThatReportsAnErrorOrOnAnyStatusButTwoHundred) {
+  // It fails at a line that reports an error, or on any status but 200.
   m_ollama.answer("/api/pull", 200,
                   "{\"status\": \"pulling manifest\"}\n{\"error\": \"no space\"}\n"
                   "{\"status\": \"success\"}\n",
                   "application/x-ndjson");
   std::vector<Call> calls;
-  const auto pull = [&] { m_client.pull(kVision, [&](auto... c) { calls.emplace_back(c...); }); };
-  EXPECT_STREQ(failureOf(pull).what(), "Ollama answered 200: no space");
+  const auto failing = [&] {
+    m_client.pull(kVision, [&](auto... c) { calls.emplace_back(c...); });
+  };
+  EXPECT_STREQ(failureOf(failing).what(), "Ollama answered 200: no space");
   EXPECT_EQ(calls, (std::vector<Call>{{0, 0, "pulling manifest"}}));
   m_ollama.answer("/api/pull", 500, R"({"error": "disk on fire"})");
-  EXPECT_EQ(failureOf(pull), Failure::server(500, "pull qwen3.5:4b"));
+  EXPECT_EQ(failureOf(failing), Failure::server(500, "pull qwen3.5:4b"));
 }
 
 }  // namespace

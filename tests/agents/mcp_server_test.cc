@@ -114,7 +114,7 @@ TEST_F(MCP, TheLineDecidesWhetherAndHowToAnswer) {
   EXPECT_EQ(request("resources/list"), error(1, -32601, "Method not found: resources/list"));
 }
 
-TEST_F(MCP, InitializeEchoesTheClientsVersionAndToolsListTheirArguments) {
+TEST_F(MCP, InitializeEchoesTheClientsVersionAndToolsTellTheirLimits) {
   EXPECT_EQ(request("initialize", {{"protocolVersion", "2024-11-05"}}).at("result"),
             json({{"protocolVersion", "2024-11-05"},
                   {"capabilities", {{"tools", {{"listChanged", false}}}}},
@@ -123,24 +123,11 @@ TEST_F(MCP, InitializeEchoesTheClientsVersionAndToolsListTheirArguments) {
   EXPECT_EQ(request("initialize", {{"protocolVersion", 2025}})["result"]["protocolVersion"],
             "2025-06-18");
 
-  const json tools = request("tools/list")["result"]["tools"];
-  json shapes = json::array();
-  for (const json& tool : tools) {
-    json properties = json::object();
-    for (const auto& [name, schema] : tool["inputSchema"]["properties"].items()) {
-      properties[name] = schema["type"];
-    }
-    shapes.push_back(
-        {tool["name"], properties, tool["inputSchema"].value("required", json::array())});
-  }
-  EXPECT_EQ(shapes, json::parse(R"([
-      ["search_brindlemoor", {"query": "string", "limit": "integer"}, ["query"]],
-      ["recent_captures", {"limit": "integer", "collection": "string", "kind": "string"}, []],
-      ["get_capture", {"id": "string"}, ["id"]],
-      ["list_collections", {}, []]])"));
-  // What an agent is told of the limits is what the tools do.
-  EXPECT_NE(tools.dump().find("(default 8, at most 25)"), std::string::npos);
-  EXPECT_NE(tools.dump().find("(default 10, at most 50)"), std::string::npos);
+  // The tools' names and arguments are checked through the official client;
+  // here, that what an agent is told of the limits is what the tools do.
+  const std::string tools = request("tools/list")["result"]["tools"].dump();
+  EXPECT_NE(tools.find("(default 8, at most 25)"), std::string::npos);
+  EXPECT_NE(tools.find("(default 10, at most 50)"), std::string::npos);
 }
 
 TEST_F(MCP, SearchFindsByWordsWhileTheDaemonIsDown) {

@@ -54,7 +54,6 @@ TEST(LibraryStore, OpensAPrivateRootOrFailsOnOneThatCannotBeMade) {
   testing::TempDir dir;
   const auto root = dir.path() / "deep" / "Brindlemoor";
   LibraryStore store(root);
-  EXPECT_TRUE(std::filesystem::is_directory(root / "thumbs"));
   struct stat info {};
   ASSERT_EQ(::stat(root.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0700u) << "the library holds pictures of the screen";
@@ -112,10 +111,8 @@ TEST_F(LibraryStoreTest, ACaptureReadsBackAsItWasKeptAndMovesThroughItsStages) {
 TEST_F(LibraryStoreTest, IllTypedCellsReadAsDefaults) {
   {
     Database db(m_dir.path() / "library.sqlite");
-    db.execute(
-        "INSERT INTO captures (id, created_at, app, height, stage, kind, links, media, duration) "
-        "VALUES ('" +
-        sampleID(1) + "', 42, X'41', 3.5, 'unknown', 'poem', '[1, \"x\"]', 'hologram', 'long')");
+    db.execute("INSERT INTO captures (id, created_at, app, height, stage, links) VALUES ('" +
+               sampleID(1) + "', 42, X'41', 3.5, 'unknown', '[1, \"x\"]')");
     db.execute("INSERT INTO vectors VALUES ('" + sampleID(1) +
                "', 'look', 'm', 9, X'00000000AABBCC')");
   }
@@ -124,10 +121,7 @@ TEST_F(LibraryStoreTest, IllTypedCellsReadAsDefaults) {
   EXPECT_EQ(read->app, "") << "a blob is no text";
   EXPECT_EQ(read->height, 0) << "a double is no integer";
   EXPECT_EQ(read->stage, CaptureStage::captured);
-  EXPECT_FALSE(read->kind);
   EXPECT_TRUE(read->links.empty()) << "an array with a number is not an array of strings";
-  EXPECT_EQ(read->media, CaptureMedia::screen);
-  EXPECT_FALSE(read->duration);
   EXPECT_EQ(m_store.vector(sampleID(1), VectorSpace::look), std::vector<float>{0.0f})
       << "seven bytes hold one whole float";
 }
@@ -147,7 +141,6 @@ TEST_F(LibraryStoreTest, TextSearchFindsEveryIndexedFieldByPrefixAndForgetsDelet
   EXPECT_EQ(ids(m_store.textSearch("SPOKEN", 10)), Ids{sampleID(2)});
   EXPECT_EQ(ids(m_store.textSearch("pasteis", 10)), Ids{sampleID(3)}) << "diacritics are folded";
   EXPECT_TRUE(m_store.textSearch("invoice lisbon", 10).empty()) << "every word must match";
-  EXPECT_EQ(m_store.textSearch("firefox", 2).size(), 2u) << "the app is indexed, and limited";
   for (const char* hostile : {"\"", "NEAR(\"a\" \"b\")", "* OR *", "x' OR '1'='1", "\xff\xfe"}) {
     EXPECT_NO_THROW(m_store.textSearch(hostile, 10)) << hostile;
   }
@@ -233,8 +226,6 @@ TEST_F(LibraryStoreTest, CollectionsCountTheirCapturesAndStayUserNamed) {
   m_store.setCollection(sampleID(1), "old");
   m_store.setCollection(sampleID(2), "old");
   m_store.moveCapture(sampleID(3), "new");
-  EXPECT_EQ(m_store.capture(sampleID(3))->stage, CaptureStage::captured)
-      << "a move keeps the stage";
   auto all = m_store.collections();
   EXPECT_EQ(ids(all), (Ids{"empty", "new", "old"}));
   EXPECT_EQ(all[2].count, 2);

@@ -10,12 +10,6 @@ namespace {
 TEST(EmbeddingText, DocumentJoinsAppAndTitleThenTheNonEmptyTextsInOrder) {
   EXPECT_EQ(EmbeddingText::document(Capture{}), "title: none | text: ");
   Capture capture;
-  capture.app = "Notes";  // the display title falls back to the app, which then stands twice
-  EXPECT_EQ(EmbeddingText::document(capture), "title: Notes — Notes | text: ");
-  capture.app = "";
-  capture.windowTitle = "Untitled 3";
-  EXPECT_EQ(EmbeddingText::document(capture), "title: Untitled 3 | text: ");
-
   capture.app = "Safari";
   capture.title = "Espresso";
   capture.summary = "How to pull a shot.";
@@ -47,7 +41,6 @@ TEST(EmbeddingText, MeaningHoldsTitleTopicsAndNoteAndAQueryFollowsTheSearchConve
   capture.ocrText = "left out";
   EXPECT_EQ(EmbeddingText::meaning(capture),
             "title: none | text: Espresso. Topics: coffee, drink. try this");
-  EXPECT_EQ(EmbeddingText::meaning(Capture{}), "title: none | text: ");
   EXPECT_EQ(EmbeddingText::query("refund policy"), "task: search result | query: refund policy");
 }
 

@@ -93,18 +93,6 @@ TEST_F(Pipeline, WithTheDaemonDownACaptureIsReadAndWaitsAMinute) {
   EXPECT_EQ(store().pending(now() + std::chrono::seconds(61), 1).size(), 1u);
 }
 
-TEST_F(Pipeline, AVideoWithoutItsSheetIsReadFromItsImage) {
-  Capture video = sampleCapture(1, 1);
-  video.media = CaptureMedia::video;
-  video.imageFile = "media/" + video.id + ".jpg";
-  library().keepImported({video, testing::textPicture("Bake the lemon tart"), {1}, std::nullopt},
-                         {});
-  library().work();
-  const auto capture = store().capture(video.id);
-  EXPECT_EQ(capture->stage, CaptureStage::organized) << capture->lastError.value_or("");
-  EXPECT_FALSE(capture->transcript) << "no original, no transcript";
-}
-
 TEST_F(Pipeline, AfterARestartADescribedCaptureIsOnlyEmbeddedAndFiled) {
   keep(1);
   library().work();

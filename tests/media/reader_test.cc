@@ -31,10 +31,11 @@ VImage panel(const std::string& text, const Colour& ink, const Colour& ground,
       .ifthenelse(ink, back, VImage::option()->set("blend", true));
 }
 
-TEST(ReaderText, ReadsLinesInOrderAlikeOnEveryThread) {
+TEST(ReaderText, ReadsLinesInOrderAlikeOnEveryThreadAndRejectsBytesThatAreNoPicture) {
   const std::vector<Bytes> pictures{
       encoded(panel("Quarterly budget review\nMeeting notes tomorrow", kInk, kWhite), ".png"),
       encoded(panel("Terminal session closed", kLight, kDark), ".png"),
+      encoded((VImage::black(203, 61) + 255).cast(VIPS_FORMAT_UCHAR), ".png"),
   };
   std::vector<std::string> here, there;
   const auto readAll = [&pictures](std::vector<std::string>& into) {
@@ -44,8 +45,10 @@ TEST(ReaderText, ReadsLinesInOrderAlikeOnEveryThread) {
   readAll(here);
   thread.join();
   EXPECT_EQ(here, (std::vector<std::string>{"Quarterly budget review\nMeeting notes tomorrow",
-                                            "Terminal session closed"}));
+                                            "Terminal session closed", ""}));
   EXPECT_EQ(there, here);
+  EXPECT_THROW(Reader::text(Bytes(pictures[0].begin(), pictures[0].begin() + 8)), Reader::Failure)
+      << "a PNG signature with nothing after it";
 }
 
 TEST(ReaderText, ReadsLightTextOnDarkPanelsBesideDarkTextOnLight) {
@@ -72,13 +75,6 @@ TEST(ReaderText, ReadsTransparentPicturesAsOnWhite) {
                           .bandjoin(mask)
                           .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
   EXPECT_NE(Reader::text(encoded(rgba, ".png")).find("Transparent label"), std::string::npos);
-}
-
-TEST(ReaderText, GivesEmptyTextForPicturesWithoutTextAndRejectsBytesThatAreNone) {
-  EXPECT_EQ(Reader::text(encoded((VImage::black(203, 61) + 255).cast(VIPS_FORMAT_UCHAR), ".png")),
-            "");
-  const Bytes png = encoded(panel("Cut short", kInk, kWhite), ".png");
-  EXPECT_THROW(Reader::text(Bytes(png.begin(), png.begin() + 8)), Reader::Failure);
 }
 
 TEST(ReaderLanguages, AddsTheLocalesLanguageOnlyWhenItsFileIsInstalled) {

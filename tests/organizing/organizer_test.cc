@@ -100,16 +100,6 @@ TEST(OrganizerDecide, JoinsTheClosestCentroidOnlyWithAMemberAtTheFormThreshold) 
             Decision::join("central", similarity(central)));
 }
 
-TEST(OrganizerDecide, AmongHundredsOfGroupsTheClosestCentroidWinsAndTheFirstOfEqualOnes) {
-  const Vector far = at(0.5f), near = at(0.85f), nearest = at(0.9f);
-  std::vector<Organizer::Group> groups;
-  for (int i = 0; i < 300; ++i) {
-    const Vector& member = i == 20 || i == 280 ? near : i == 150 || i == 290 ? nearest : far;
-    groups.push_back({"g" + std::to_string(i), {member}});
-  }
-  EXPECT_EQ(Organizer{}.decide(kEast, groups, {}), Decision::join("g150", 0.9f));
-}
-
 TEST(OrganizerShouldRename, NamesAtTwoThenAtEachDoublingUnlessTheUserNamed) {
   const std::vector<std::tuple<std::int64_t, std::int64_t, bool, bool>> cases = {
       {1, 0, false, false}, {2, 0, false, true}, {3, 2, false, false},

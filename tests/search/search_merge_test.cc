@@ -4,12 +4,8 @@
 
 #include <array>
 #include <map>
-#include <optional>
 #include <set>
 #include <span>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace brindlemoor {
 namespace {
@@ -72,7 +68,7 @@ TEST(SearchMergeMerge, RanksByReciprocalPositionsThenIdUpToTheLimit) {
   EXPECT_EQ(SearchMerge::merge({{"a", "b"}, {"b", "c"}}, 2), (Ids{"b", "a"}));
 }
 
-TEST(SearchMergeCoveredCollections, NeedThreeQuartersOfACollectionOfAtLeastThree) {
+TEST(SearchMergeCollections, ACoveredOneHasThreeQuartersOfAtLeastThreeAndIsCompleted) {
   const SearchMerge::Members members = {
       {"four", {"f1", "f2", "f3", "f4"}},
       {"two", {"t1", "t2"}},
@@ -83,16 +79,8 @@ TEST(SearchMergeCoveredCollections, NeedThreeQuartersOfACollectionOfAtLeastThree
                      "e4", "e5", "g1", "g2", "g3", "g4", "g5", "g6"};
   // Ascending by collection id; 6 of 8 is exactly three quarters.
   EXPECT_EQ(SearchMerge::coveredCollections(found, members), (Ids{"eight-6", "four"}));
-}
 
-TEST(SearchMergeCompletingCollections, AppendsTheMissingCapturesCollectionByCollectionOnce) {
-  const SearchMerge::Members members = {
-      {"c1", {"k", "m", "n", "l"}},
-      {"c2", {"s", "r", "u", "t"}},
-      {"c3", {"v", "w", "y", "z"}},  // only one of four found
-  };
-  EXPECT_EQ(SearchMerge::completingCollections({"t", "n", "k", "s", "v", "m", "u"}, members),
-            (Ids{"t", "n", "k", "s", "v", "m", "u", "l", "r"}));
+  // Completing appends the missing captures collection by collection, once.
   const SearchMerge::Members sharing = {{"c1", {"a", "b", "c", "shared"}},
                                         {"c2", {"d", "e", "f", "shared"}}};
   EXPECT_EQ(SearchMerge::completingCollections({"a", "b", "c", "d", "e", "f"}, sharing),

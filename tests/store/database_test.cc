@@ -31,22 +31,16 @@ TEST_F(DatabaseTest, OpensInWalModeWithForeignKeysAndKeepsItsVersion) {
 
 TEST_F(DatabaseTest, CellsKeepTheirStorageClass) {
   m_db.execute("CREATE TABLE t (a, b, c, d, e)");
-  const Bytes blob{0, 1, 2, 255};
   EXPECT_EQ(m_db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)",
-                     {Value(std::int64_t{1} << 40), 2.5, "it's \"quoted\" ✓", blob, Value()}),
+                     {Value(std::int64_t{1} << 40), 2.5, std::string("before\0after", 12),
+                      Value(Bytes{}), Value()}),
             1);
-  m_db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)",
-           {Value(Bytes{}), std::string("before\0after", 12), 0, Value(), Value()});
-  const auto rows = m_db.query("SELECT * FROM t ORDER BY rowid");
-  ASSERT_EQ(rows.size(), 2u);
-  EXPECT_EQ(rows[0]["a"].intValue(), std::int64_t{1} << 40);
-  EXPECT_FALSE(rows[0]["b"].intValue()) << "a double is never read as an integer";
-  EXPECT_EQ(*rows[0]["c"].textValue(), "it's \"quoted\" ✓");
-  EXPECT_EQ(*rows[0]["d"].blobValue(), blob);
-  EXPECT_TRUE(rows[0]["e"].isNull());
-  ASSERT_NE(rows[1]["a"].blobValue(), nullptr) << "an empty blob is a blob, not null";
-  EXPECT_TRUE(rows[1]["a"].blobValue()->empty());
-  EXPECT_EQ(*rows[1]["b"].textValue(), "before") << "text ends at its first NUL";
+  auto row = m_db.query("SELECT * FROM t")[0];
+  EXPECT_EQ(row["a"].intValue(), std::int64_t{1} << 40);
+  EXPECT_FALSE(row["b"].intValue()) << "a double is never read as an integer";
+  EXPECT_EQ(*row["c"].textValue(), "before") << "text ends at its first NUL";
+  ASSERT_NE(row["d"].blobValue(), nullptr) << "an empty blob is a blob, not null";
+  EXPECT_TRUE(row["e"].isNull());
 }
 
 TEST_F(DatabaseTest, FailuresNameMessageAndStatementAndAJunkFileIsOne) {

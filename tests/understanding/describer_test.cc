@@ -55,9 +55,6 @@ TEST(DescriberPrompt, SaysWhatTheMediaKnowsAndAsksForEveryFieldAndKind) {
       "Text read from the screen (may be partial):\n\"\"\"\nEspresso is coffee\n\"\"\"\n"))
       << asked;
   EXPECT_EQ(asked.find("hello"), std::string::npos);
-  for (const char* field : {"\"summary\": ", "\"tags\": [", "\"highlights\": [", "\"links\": ["}) {
-    EXPECT_NE(asked.find(field), std::string::npos) << field;
-  }
   std::string kinds = "\"kind\": \"one of:";
   for (const CaptureKind kind : CaptureKind::all()) kinds += " " + std::string(kind.raw()) + ",";
   kinds.back() = '"';
@@ -74,7 +71,6 @@ TEST(DescriberPrompt, SaysWhatTheMediaKnowsAndAsksForEveryFieldAndKind) {
 TEST(DescriberCleaning, DropsATrailingSiteNameOfATwoLabelHostAndStockOpenings) {
   const std::optional<std::string> url = "https://en.larkspur.org/wiki/Espresso";
   EXPECT_EQ(Describer::withoutSiteName("Espresso | LARKSPUR  ", url), "Espresso");
-  EXPECT_EQ(Describer::withoutSiteName("Espresso page — Larkspur article", url), "Espresso");
   EXPECT_EQ(Describer::withoutSiteName("Refunds on Larkspur", url), "Refunds on Larkspur");
   EXPECT_EQ(Describer::withoutSiteName("Espresso - Larkspurs", url), "Espresso - Larkspurs");
   // The URL parser lets "|" into a host; in a pattern it would be a choice.
@@ -82,16 +78,6 @@ TEST(DescriberCleaning, DropsATrailingSiteNameOfATwoLabelHostAndStockOpenings) {
 
   EXPECT_EQ(Describer::withoutPreamble("this WEB PAGE shows an über guide"), "Über guide");
   EXPECT_EQ(Describer::withoutPreamble("A screenshot "), "A screenshot ");
-}
-
-TEST(DescriberParse, AReplyWithoutAnObjectIsNotJSONWithItsStartAsValidText) {
-  try {
-    parsed(repeated("é\xFF", 5'000'000));
-    ADD_FAILURE() << "no error";
-  } catch (const Describer::ParseError& error) {
-    EXPECT_EQ(error.text(), repeated("é\uFFFD", 100));
-    EXPECT_EQ(error.what(), "notJSON(\"" + error.text() + "\")");
-  }
 }
 
 TEST(DescriberParse, IllTypedMembersLeaveTheFallbackTitleAndTheRestIsCleaned) {
@@ -153,11 +139,10 @@ TEST(DescriberParse, BoundsAReplyThatObeysTheScreen) {
 
 TEST(DescriberParse, SurvivesHostileReplies) {
   const std::vector<std::string> replies = {
-      "}{",
+      repeated("é\xFF", 5'000'000),  // no object: the error keeps its start
       "{\"tags\": [" + repeated("\"t\",", 2'000'000) + "\"t\"]}",
       "{\"links\": [\"https://b.org/" + repeated("https://", 900'000) + "\"]}",
       "{\"title\": \"\\ud800\"}",
-      "{\"title\": \"a\\u0000b\", \"links\": [\"https://a.org\\u0000x\"]}",
   };
   for (const auto& reply : replies) {
     try {
@@ -166,6 +151,7 @@ TEST(DescriberParse, SurvivesHostileReplies) {
       EXPECT_NO_THROW(json(description.title).dump()) << "invalid UTF-8 would throw";
       EXPECT_TRUE(description.links.empty());
     } catch (const Describer::ParseError& error) {
+      EXPECT_LE(error.text().size(), 200u * 4) << "two hundred characters at most";
       EXPECT_NO_THROW(json(error.text()).dump());
     }
   }
@@ -187,11 +173,9 @@ TEST(DescriberDescribe, SendsOnePictureAndThePromptAndPassesFailuresOn) {
             (CaptureDescription{"Videos", "Latte.", CaptureKind::food, {}, {"add the oat milk"}, {}}))
       << "the app stands in for a missing title";
   const auto body = json::parse(daemon.lastBody("/api/generate").value());
-  EXPECT_EQ(body["system"], Describer::system);
   EXPECT_EQ(body["prompt"],
             Describer::prompt(context, "larkspur.org/latte", icu::Locale("en_US"), *utc));
   EXPECT_EQ(body["images"], (json{"/9j/2Q=="}));
-  EXPECT_EQ(body["options"]["num_predict"], 700);
 
   daemon.setReply("I can't see an image.");
   EXPECT_THROW(describer.describe({1}, context, "text"), Describer::ParseError);

@@ -147,8 +147,8 @@ TEST_F(MCP, OnlyAJsonIntegerIsALimitAndItIsClamped) {
   for (int n = 1; n <= 60; ++n) keep(n, "lemon number " + std::to_string(n));
   // Every limit that is no JSON integer means the default.
   const std::map<std::string, std::pair<std::size_t, std::size_t>> limits = {
-      {"", {8, 10}}, {"2.5", {8, 10}}, {"\"10\"", {8, 10}}, {"-1", {1, 1}},
-      {"3", {3, 3}}, {"18446744073709551615", {25, 50}}};
+      {"", {8, 10}},  {"2.5", {8, 10}}, {"\"10\"", {8, 10}},
+      {"-1", {1, 1}}, {"3", {3, 3}},    {"18446744073709551615", {25, 50}}};
   for (const auto& [limit, expected] : limits) {
     const std::string member = limit.empty() ? "" : R"("limit":)" + limit;
     const std::string search = R"({"query":"lemon")" + (limit.empty() ? "" : "," + member) + "}";

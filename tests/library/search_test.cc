@@ -26,9 +26,7 @@ std::vector<std::string> idsOf(const SearchFindings& findings) {
 // the texts and vectors a test chooses.
 class Search : public ::testing::Test {
  protected:
-  Search() {
-    m_daemon.setModels({kEmbedding});
-  }
+  Search() { m_daemon.setModels({kEmbedding}); }
   // The unit vector the daemon gives for `query` as a search embeds it.
   std::vector<float> queryVector(const std::string& query) {
     return VectorMath::unit(
@@ -74,16 +72,6 @@ TEST_F(Search, WordsAndVectorsMergeWithTheirReasons) {
   const int embedded = m_daemon.requestCount("/api/embed");
   EXPECT_EQ(m_library->findings("   \n"), SearchFindings{});
   EXPECT_EQ(m_daemon.requestCount("/api/embed"), embedded) << "a blank query asks nobody";
-}
-
-TEST_F(Search, WithTheDaemonDownWordsAloneAnswer) {
-  testing::ClosedPort closed;
-  m_library = open(closed.host());
-  add(1, "quince jam on toast", queryVector("quince"));
-  add(2, "plum", queryVector("quince"));
-  const SearchFindings found = m_library->findings("quince");
-  ASSERT_EQ(idsOf(found), std::vector<std::string>{sampleID(1)});
-  EXPECT_EQ(found.hits[0].reasons, std::set<SearchReason>{SearchReason::words});
 }
 
 TEST_F(Search, ANearlyCoveredCollectionIsCompleted) {

@@ -56,7 +56,7 @@ TEST(CollectionNamer, ParseTakesTheFirstWholeCharacterThatShowsAsAnEmojiElseTheF
       {"x🍋📂", "🍋"},
       {"🇫🇷🇩", "🇫🇷"},  // a flag is two regional indicators; of three, the first two pair up
       {"a👩\u200D💻b", "👩\u200D💻"},  // woman technologist
-      {"\u2708 \u263A #", "📁"},      // characters that are emoji only when asked to be
+      {"\u2708 \u263A #", "📁"},    // characters that are emoji only when asked to be
       {"\u2708\uFE0F", "\u2708\uFE0F"},
   };
   for (const auto& [emoji, shown] : cases) EXPECT_EQ(parsed("Lemons", emoji).emoji, shown) << emoji;

@@ -87,7 +87,5 @@ TEST_F(CaptureTexts, FullTextAddsEachBlockThatAppliesInOrder) {
                                  "\n\n(Still being read: the description may be incomplete.)");
 }
 
-
-
 }  // namespace
 }  // namespace brindlemoor

@@ -73,7 +73,8 @@ TEST(VectorBlockTest, ClustersAndDuplicatesKeepTheirOrderOnTies) {
 TEST(VectorBlockTest, BlocksThatCannotBeCodedStillAnswer) {
   std::mt19937 random(3);
   Vectors mixed;
-  for (int i = 0; i < 200; ++i) mixed.push_back(near(random, Vectors::value_type(i == 50 ? 32 : 48), 1));
+  for (int i = 0; i < 200; ++i)
+    mixed.push_back(near(random, Vectors::value_type(i == 50 ? 32 : 48), 1));
   Vectors withNaN(mixed.begin() + 51, mixed.end());
   withNaN[10][0] = std::nanf("");
   Vectors few(mixed.begin() + 51, mixed.begin() + 60);

@@ -173,9 +173,7 @@ TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstAndCountsOfScreenSource
   photo.app = "Photos";
   Capture site = sampleCapture(2, 20);
   site.url = "https://www.example.org/";
-  Capture terminal = sampleCapture(3, 30);
-  terminal.app = "Terminal";
-  for (const auto& capture : {photo, site, terminal}) m_store.insert(capture);
+  for (const auto& capture : {photo, site, sampleCapture(3, 30)}) m_store.insert(capture);
   m_store.insertCollection(collection("c1", 5));
   m_store.setCollection(sampleID(2), "c1");
   m_store.setFavorite(sampleID(3), true);
@@ -196,7 +194,7 @@ TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstAndCountsOfScreenSource
     EXPECT_EQ(ids(m_store.captures(10, filter)), expected);
   // An imported photo is no source of the screen.
   EXPECT_EQ(m_store.sourceCounts(30), (std::vector<std::pair<std::string, std::int64_t>>{
-                                          {"Terminal", 1}, {"example.org", 1}}));
+                                          {"Firefox", 1}, {"example.org", 1}}));
 }
 
 TEST_F(LibraryStoreTest, NotesAndTagsAreTrimmedAndTagsNeedTheirCapture) {

@@ -23,8 +23,10 @@ ChildProcess::ChildProcess(const std::filesystem::path& program,
     if (equals != std::string::npos) variables[text.substr(0, equals)] = text.substr(equals + 1);
   }
   for (const auto& [name, value] : environment) {
-    if (value.empty()) variables.erase(name);
-    else variables[name] = value;
+    if (value.empty())
+      variables.erase(name);
+    else
+      variables[name] = value;
   }
   std::vector<std::string> envStrings, argStrings{program.string()};
   for (const auto& [name, value] : variables) envStrings.push_back(name + "=" + value);

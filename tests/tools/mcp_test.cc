@@ -59,12 +59,12 @@ class McpProcess : public ::testing::Test {
 };
 
 TEST_F(McpProcess, AnswersEachRequestOnALineOfItsOwnUntilTheInputEnds) {
-  testing::ChildProcess server = run(
-      std::string(R"({"jsonrpc":"2.0","method":"notifications/initialized"})"
-                  "\n\n") +
-      R"({"jsonrpc":"2.0","id":3,"method":"ping","params":{"pad":")" +
-      std::string(17 * 1024 * 1024, 'x') + "\"}}\n" +
-      R"({"jsonrpc":"2.0","id":"last","method":"ping"})");  // no newline at the end
+  testing::ChildProcess server =
+      run(std::string(R"({"jsonrpc":"2.0","method":"notifications/initialized"})"
+                      "\n\n") +
+          R"({"jsonrpc":"2.0","id":3,"method":"ping","params":{"pad":")" +
+          std::string(17 * 1024 * 1024, 'x') + "\"}}\n" +
+          R"({"jsonrpc":"2.0","id":"last","method":"ping"})");  // no newline at the end
   ASSERT_EQ(server.wait(), 0) << server.err();
   const json parseError = {{"jsonrpc", "2.0"},
                            {"id", nullptr},

@@ -61,8 +61,9 @@ TEST(DescriberPrompt, SaysWhatTheMediaKnowsAndAsksForEveryFieldAndKind) {
   EXPECT_NE(asked.find(kinds), std::string::npos) << asked;
 
   const std::string told = Describer::prompt(video, "x", english, *newYork);
-  EXPECT_TRUE(told.starts_with("This is a video (file \"a.mov\") 13 seconds long. Taken March 5, "
-                               "2024 at 3:07\u202FPM. The image shows key frames"))
+  EXPECT_TRUE(
+      told.starts_with("This is a video (file \"a.mov\") 13 seconds long. Taken March 5, "
+                       "2024 at 3:07\u202FPM. The image shows key frames"))
       << told;
   EXPECT_NE(told.find("\nWhat is said in it:\n\"\"\"\nand then we add the milk\n\"\"\"\n"),
             std::string::npos);
@@ -91,8 +92,8 @@ TEST(DescriberParse, IllTypedMembersLeaveTheFallbackTitleAndTheRestIsCleaned) {
   const auto description = parsed(
       R"({"title": " \"Espresso\n- Larkspur\" ", "summary": "A screenshot of the  guide\nto espresso.",
           "kind": " Slack\n", "tags": [1, "#Coffee", "coffee", " COFFEE \n", "##", "  Latte Art#",
-          ")" + std::string(33, 'a') +
-          R"(", "b", "c", "d", "e"]})",
+          ")" +
+          std::string(33, 'a') + R"(", "b", "c", "d", "e"]})",
       "", "https://en.larkspur.org/wiki/Espresso");
   EXPECT_EQ(description.title, "Espresso");
   EXPECT_EQ(description.summary, "Guide to espresso.");
@@ -105,8 +106,9 @@ TEST(DescriberParse, HighlightsAndLinksMustBeFoundOnTheCapture) {
       {"highlights", {"Free shipping forever", "Total: $12.00", "!!!", "Paid\nby card"}},
       {"links",
        {"larkspur.org/a).", "http://Larkspur.org/b;", "https://invented.org", "mailto:a@b.org"}}};
-  const auto description = parsed(reply.dump(), "ORDER\ntotal 12 00\npaid BY CARD see "
-                                                "LARKSPUR.ORG/A, larkspur.org/b");
+  const auto description = parsed(reply.dump(),
+                                  "ORDER\ntotal 12 00\npaid BY CARD see "
+                                  "LARKSPUR.ORG/A, larkspur.org/b");
   // The model's cleaned text is kept, not the screen's.
   EXPECT_EQ(description.highlights, (Strings{"Total: $12.00", "Paid by card"}));
   EXPECT_EQ(description.links, (Strings{"https://larkspur.org/a", "http://Larkspur.org/b"}));
@@ -169,8 +171,9 @@ TEST(DescriberDescribe, SendsOnePictureAndThePromptAndPassesFailuresOn) {
   Describer::Context context;
   context.app = "Videos";
   context.transcript = "now add the oat milk";
-  EXPECT_EQ(describer.describe({0xFF, 0xD8, 0xFF, 0xD9}, context, "  larkspur.org/latte "),
-            (CaptureDescription{"Videos", "Latte.", CaptureKind::food, {}, {"add the oat milk"}, {}}))
+  EXPECT_EQ(
+      describer.describe({0xFF, 0xD8, 0xFF, 0xD9}, context, "  larkspur.org/latte "),
+      (CaptureDescription{"Videos", "Latte.", CaptureKind::food, {}, {"add the oat milk"}, {}}))
       << "the app stands in for a missing title";
   const auto body = json::parse(daemon.lastBody("/api/generate").value());
   EXPECT_EQ(body["prompt"],

@@ -130,19 +130,6 @@ TEST_F(MCP, InitializeEchoesTheClientsVersionAndToolsTellTheirLimits) {
   EXPECT_NE(tools.find("(default 10, at most 50)"), std::string::npos);
 }
 
-TEST_F(MCP, SearchFindsByWordsWhileTheDaemonIsDown) {
-  addCollection(100, "Tart Evenings", 5);
-  keep(1, "lemon tart with cream", CaptureKind::recipe, sampleID(100));
-  keep(2, "quarterly figures");
-  EXPECT_EQ(call("search_brindlemoor", {{"query", "  lemon\n"}}),
-            (Answer{"Brindlemoor for “lemon” (1):\n\n" + listing(1)}));
-  EXPECT_EQ(call("search_brindlemoor", {{"query", "zebra"}}),
-            (Answer{"Nothing in Brindlemoor matches “zebra”."}));
-  EXPECT_EQ(call("search_brindlemoor", {{"query", " \n\t "}}),
-            (Answer{"'query' must be a non-empty string.", true}));
-  EXPECT_EQ(call("delete_everything"), (Answer{"Unknown tool delete_everything.", true}));
-}
-
 TEST_F(MCP, OnlyAJsonIntegerIsALimitAndItIsClamped) {
   for (int n = 1; n <= 60; ++n) keep(n, "lemon number " + std::to_string(n));
   // Every limit that is no JSON integer means the default.
@@ -158,29 +145,27 @@ TEST_F(MCP, OnlyAJsonIntegerIsALimitAndItIsClamped) {
   }
 }
 
-TEST_F(MCP, RecentCapturesByCollectionOrKind) {
+TEST_F(MCP, EachToolAnswersWithItsTextOrRefusesWhileTheDaemonIsDown) {
   EXPECT_EQ(call("recent_captures"), (Answer{"Nothing kept there yet."}));
   addCollection(100, "Tart Evenings", 5);
   addCollection(101, "Çay Evenings", 4);
-  keep(1, "lemon tart", CaptureKind::recipe, sampleID(100));
+  addCollection(102, "Left empty", 7);
+  keep(1, "lemon tart with cream", CaptureKind::recipe, sampleID(100));
   keep(2, "a chat", CaptureKind::chat);
   keep(3, "another chat", CaptureKind::chat, sampleID(101));
+
+  EXPECT_EQ(call("search_brindlemoor", {{"query", "  lemon\n"}}),
+            (Answer{"Brindlemoor for “lemon” (1):\n\n" + listing(1)}));
+  EXPECT_EQ(call("search_brindlemoor", {{"query", "zebra"}}),
+            (Answer{"Nothing in Brindlemoor matches “zebra”."}));
+  EXPECT_EQ(call("search_brindlemoor", {{"query", " \n\t "}}),
+            (Answer{"'query' must be a non-empty string.", true}));
+  EXPECT_EQ(call("delete_everything"), (Answer{"Unknown tool delete_everything.", true}));
 
   EXPECT_EQ(call("recent_captures").text, listing(3) + "\n\n" + listing(2) + "\n\n" + listing(1));
   EXPECT_EQ(call("recent_captures", {{"collection", "ÇAY EVENINGS"}}).text, listing(3));
   EXPECT_EQ(call("recent_captures", {{"kind", "CHAT"}}).text, listing(3) + "\n\n" + listing(2));
   EXPECT_EQ(call("recent_captures", {{"kind", "Slack"}}), (Answer{"Unknown kind “Slack”.", true}));
-}
-
-TEST_F(MCP, GetCaptureAndListCollectionsGiveTheirTextsOrRefuse) {
-  addCollection(100, "Tart Evenings", 5);
-  addCollection(101, "Left empty", 7);
-  EXPECT_EQ(call("list_collections").text,
-            "No collections yet: they form as similar captures are kept.");
-  keep(1, "lemon tart", CaptureKind::recipe, sampleID(100));
-  keep(2, "plum tart", CaptureKind::recipe, sampleID(100));
-  EXPECT_EQ(call("list_collections").text,
-            "🥧 Tart Evenings — 2 captures (id " + sampleID(100) + ")");
 
   EXPECT_EQ(call("get_capture", {{"id", sampleID(1)}}),
             (Answer{CaptureText::full(*store().capture(sampleID(1)), store().collections(),
@@ -188,6 +173,12 @@ TEST_F(MCP, GetCaptureAndListCollectionsGiveTheirTextsOrRefuse) {
   EXPECT_EQ(call("get_capture", {{"id", "%"}}), (Answer{"No capture with that id.", true}));
   EXPECT_TRUE(callRaw("get_capture", R"(["id"])").isError)
       << "arguments that aren't an object count as none";
+
+  const std::string collections = call("list_collections").text;
+  EXPECT_NE(collections.find("🥧 Tart Evenings — 1 capture (id " + sampleID(100) + ")"),
+            std::string::npos)
+      << collections;
+  EXPECT_EQ(collections.find("Left empty"), std::string::npos);
 }
 
 TEST_F(MCP, RepliesStayValidJsonWhateverTheStoreOrTheClientHolds) {

@@ -104,15 +104,6 @@ TEST_F(Pipeline, AfterARestartADescribedCaptureIsOnlyEmbeddedAndFiled) {
   EXPECT_EQ(m_daemon.requestCount("/api/generate"), generated);
 }
 
-TEST_F(Pipeline, AGoneFileIsRetriedInTenMinutes) {
-  store().insert(sampleCapture(1, 1));  // as if its picture was removed by hand
-  library().work();
-  const auto capture = store().capture(sampleID(1));
-  EXPECT_EQ(capture->stage, CaptureStage::captured);
-  EXPECT_NE(capture->lastError->find("Cannot read"), std::string::npos);
-  EXPECT_TRUE(store().pending(now() + std::chrono::seconds(590), 1).empty());
-}
-
 TEST(RetryPlan, ClassesOfFailure) {
   using Failure = OllamaClient::Failure;
   EXPECT_EQ(RetryPlan::forFailure(Failure::unreachable("refused")),

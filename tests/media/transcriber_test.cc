@@ -3,10 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <optional>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "core/model/text.h"
 #include "tests/testing/media_files.h"
@@ -26,31 +23,13 @@ fs::path writeVideo(const fs::path& path, std::optional<Sound> sound) {
   return path;
 }
 
-// The suite's temporary directory is TMPDIR, where the transcriber puts its
-// sound and the tests their files.
-class TranscriberTest : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() { setenv("TMPDIR", dir().c_str(), 1); }
-
-  static const fs::path& dir() {
-    static const testing::TempDir temp;
-    return temp.path();
-  }
-
-  static bool audioFilesLeft() {
-    for (const fs::directory_entry& entry : fs::directory_iterator(dir())) {
-      if (entry.path().filename().string().starts_with("bm-audio-")) return true;
-    }
-    return false;
-  }
-};
-
 // espeak-ng speaks at 22.05 kHz, so hearing it also proves that the sound was
 // resampled for the recogniser rather than relabelled.
-TEST_F(TranscriberTest, HearsTheWordsSpokenInAVideoAlikeOnTwoThreads) {
-  const testing::TempDir kept;
-  const fs::path video = writeVideo(kept.path() / "spoken.mp4",
-                                    testing::speech("please show me the library", kept.path()));
+TEST(Transcriber, HearsTheWordsSpokenInAVideoAlikeOnTwoThreadsAndLeavesNoSoundFile) {
+  const testing::TempDir dir;
+  setenv("TMPDIR", dir.path().c_str(), 1);  // where the transcriber puts its sound
+  const fs::path video = writeVideo(dir.path() / "spoken.mp4",
+                                    testing::speech("please show me the library", dir.path()));
   const std::optional<std::string> text = Transcriber::transcribe(video, "en_US.UTF-8");
   ASSERT_TRUE(text.has_value());
   // The generic model mishears much of a synthetic voice; these words it gets.
@@ -64,18 +43,18 @@ TEST_F(TranscriberTest, HearsTheWordsSpokenInAVideoAlikeOnTwoThreads) {
   EXPECT_EQ(Transcriber::transcribe(video, "en_US"), text);
   thread.join();
   EXPECT_EQ(other, text);
-  EXPECT_FALSE(audioFilesLeft());
-}
 
-TEST_F(TranscriberTest, WhatHoldsNoSpeechGivesNothingAndLeavesNoSoundFile) {
-  const fs::path silent = writeVideo(dir() / "silent.mp4", std::nullopt);
-  std::ofstream(dir() / "notes.mp4") << "These are notes, not a video.\n";
-  const fs::path quiet =
-      writeVideo(dir() / "quiet.mp4", Sound{16000, std::vector<std::int16_t>(16000 * 2, 0)});
-  EXPECT_EQ(Transcriber::transcribe(silent, "en_US"), std::nullopt);
-  EXPECT_EQ(Transcriber::transcribe(dir() / "notes.mp4", "en_US"), std::nullopt);
-  EXPECT_EQ(Transcriber::transcribe(quiet, "en_US"), std::nullopt);
-  EXPECT_FALSE(audioFilesLeft());
+  // What holds no speech gives nothing.
+  std::ofstream(dir.path() / "notes.mp4") << "These are notes, not a video.\n";
+  EXPECT_EQ(Transcriber::transcribe(dir.path() / "notes.mp4", "en_US"), std::nullopt);
+  EXPECT_EQ(Transcriber::transcribe(writeVideo(dir.path() / "silent.mp4", std::nullopt), "en_US"),
+            std::nullopt);
+  const Sound quiet{16000, std::vector<std::int16_t>(16000 * 2, 0)};
+  EXPECT_EQ(Transcriber::transcribe(writeVideo(dir.path() / "quiet.mp4", quiet), "en_US"),
+            std::nullopt);
+  for (const fs::directory_entry& entry : fs::directory_iterator(dir.path())) {
+    EXPECT_FALSE(entry.path().filename().string().starts_with("bm-audio-")) << entry.path();
+  }
 }
 
 }  // namespace

@@ -36,23 +36,17 @@ TEST(OrganizerDecide, ThresholdsAreExactAndJoiningBeatsForming) {
 }
 
 TEST(OrganizerDecide, FormsWithTheTwelveClosestInOrderOfScore) {
-  // Twenty neighbours named by their rank, r00 the closest, in a scrambled
-  // order; r05 and r06 score the same, and r05 comes first in the list.
-  const auto score = [](int rank) {
-    return 0.99f - 0.01f * static_cast<float>(rank == 6 ? 5 : rank);
-  };
-  std::vector<Vector> vectors;
+  // Twenty neighbours named by their rank, "a" the closest, in a scrambled
+  // order; "f" and "g" score the same, and "f" comes first in the list.
+  std::vector<Vector> vectors(20);
   std::vector<Organizer::Unsorted> unsorted;
-  vectors.reserve(20);
   for (int position = 0; position < 20; ++position) {
     const int rank = position * 7 % 20;
-    vectors.push_back(at(score(rank)));
-    unsorted.push_back({(rank < 10 ? "r0" : "r") + std::to_string(rank), vectors.back()});
+    vectors[position] = at(0.99f - 0.01f * static_cast<float>(rank == 6 ? 5 : rank));
+    unsorted.push_back({std::string(1, static_cast<char>('a' + rank)), vectors[position]});
   }
   EXPECT_EQ(Organizer{}.decide(kEast, {}, unsorted),
-            Decision::form({"r00", "r01", "r02", "r03", "r04", "r05", "r06", "r07", "r08", "r09",
-                            "r10", "r11"},
-                           score(0)));
+            Decision::form({"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k", "l"}, 0.99f));
 }
 
 TEST(OrganizerDecide, VectorsOfAnotherLengthOrNotANumberMatchNothing) {
@@ -95,8 +89,6 @@ TEST(OrganizerDecide, JoinsTheClosestCentroidOnlyWithAMemberAtTheFormThreshold) 
   const Organizer::Group central = pair("central", 0.8f, 0.85f);
   ASSERT_NEAR(similarity(central), 0.85f, 1e-4f);
   EXPECT_EQ(Organizer{}.decide(capture, {exactMember, central}, {}),
-            Decision::join("central", similarity(central)));
-  EXPECT_EQ(Organizer{}.decide(capture, {central, exactMember}, {}),
             Decision::join("central", similarity(central)));
 }
 

@@ -96,8 +96,8 @@ TEST_F(LibraryStoreTest, ACaptureReadsBackAsItWasKeptAndMovesThroughItsStages) {
 
   // A retry's description replaces the tags whole, a later embedding the vectors.
   m_store.setDescribed(id, {"A", "", CaptureKind::recipe, {"Soup", "Winter"}, {"hot"}, {}});
-  m_store.setDescribed(id, {"A", "", CaptureKind::other, {"beta", "alpha"}, {}, {}});
-  EXPECT_EQ(m_store.capture(id)->tags, (Ids{"alpha", "beta"}));
+  m_store.setDescribed(id, {"A", "", CaptureKind::other, {"#Beta ", "beta", "\n#ÜBER\t"}, {}, {}});
+  EXPECT_EQ(m_store.capture(id)->tags, (Ids{"beta", "über"}));
   m_store.setEmbedding(id, "m1", {{VectorSpace::look, {1, 0}}});
   m_store.setEmbedding(id, "m2", {{VectorSpace::look, {0.5f, 0.5f, 0.25f}}});
   EXPECT_EQ(m_store.capture(id)->stage, CaptureStage::embedded);
@@ -197,18 +197,6 @@ TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstAndCountsOfScreenSource
                                           {"Firefox", 1}, {"example.org", 1}}));
 }
 
-TEST_F(LibraryStoreTest, NotesAndTagsAreTrimmedAndTagsNeedTheirCapture) {
-  const std::string id = sampleID(1);
-  m_store.insert(sampleCapture(1, 10));
-  m_store.setNote(id, "  kept  ");
-  EXPECT_EQ(m_store.capture(id)->note, "kept");
-  m_store.setNote(id, "  \n\t ");
-  EXPECT_EQ(m_store.capture(id)->note, std::nullopt);
-  m_store.setTags(id, {"Travel", "travel ", "#travel", "###", "\n#ÜBER\t", "a#b"});
-  EXPECT_EQ(m_store.capture(id)->tags, (Ids{"a#b", "travel", "über"}));
-  EXPECT_THROW(m_store.setTags(sampleID(9), {"x"}), Database::Failure);
-}
-
 TEST_F(LibraryStoreTest, CollectionsCountTheirCapturesAndStayUserNamed) {
   for (const auto& [id, updatedAt] : {std::pair("old", 100), {"new", 200}, {"empty", 300}}) {
     m_store.insertCollection(collection(id, updatedAt));
@@ -226,15 +214,6 @@ TEST_F(LibraryStoreTest, CollectionsCountTheirCapturesAndStayUserNamed) {
   all = m_store.collections();
   EXPECT_EQ(all[0].id, "old") << "a rename brings it to the top";
   EXPECT_TRUE(all[0].userNamed) << "once named by the user, always";
-}
-
-TEST(LibraryStore, DefaultRootFollowsXdgDataHome) {
-  ::setenv("XDG_DATA_HOME", "/data/home", 1);
-  EXPECT_EQ(LibraryStore::defaultRoot(), "/data/home/Brindlemoor");
-  ::setenv("XDG_DATA_HOME", "relative", 1);  // ignored, as the base directory rules say
-  EXPECT_EQ(LibraryStore::defaultRoot(),
-            std::filesystem::path(std::getenv("HOME")) / ".local/share/Brindlemoor");
-  ::unsetenv("XDG_DATA_HOME");
 }
 
 }  // namespace

@@ -41,7 +41,6 @@ TEST(DescriberPrompt, SaysWhatTheMediaKnowsAndAsksForEveryFieldAndKind) {
   screen.app = "Firefox";
   screen.windowTitle = "Espresso - Larkspur";
   screen.url = "https://en.larkspur.org/wiki/Espresso";
-  screen.transcript = "hello";  // what only imported media have is not the screen's
   Describer::Context video;
   video.media = CaptureMedia::video;
   video.windowTitle = "a.mov";
@@ -54,7 +53,6 @@ TEST(DescriberPrompt, SaysWhatTheMediaKnowsAndAsksForEveryFieldAndKind) {
       "App: Firefox\nWindow: Espresso - Larkspur\nURL: https://en.larkspur.org/wiki/Espresso\n"
       "Text read from the screen (may be partial):\n\"\"\"\nEspresso is coffee\n\"\"\"\n"))
       << asked;
-  EXPECT_EQ(asked.find("hello"), std::string::npos);
   std::string kinds = "\"kind\": \"one of:";
   for (const CaptureKind kind : CaptureKind::all()) kinds += " " + std::string(kind.raw()) + ",";
   kinds.back() = '"';
@@ -162,9 +160,7 @@ TEST(DescriberParse, SurvivesHostileReplies) {
 TEST(DescriberDescribe, SendsOnePictureAndThePromptAndPassesFailuresOn) {
   testing::ImitationOllama daemon;
   daemon.setModels({"vision:latest"});
-  const std::unique_ptr<icu::TimeZone> utc(icu::TimeZone::createTimeZone("UTC"));
-  const Describer describer(OllamaClient(daemon.host()), "vision:latest", icu::Locale("en_US"),
-                            *utc);
+  const Describer describer(OllamaClient(daemon.host()), "vision:latest");
   daemon.setReply(R"(```json
 {"summary": "This image shows a latte.", "kind": "drink", "highlights": ["add the oat milk"]}
 ```)");
@@ -176,9 +172,8 @@ TEST(DescriberDescribe, SendsOnePictureAndThePromptAndPassesFailuresOn) {
       (CaptureDescription{"Videos", "Latte.", CaptureKind::food, {}, {"add the oat milk"}, {}}))
       << "the app stands in for a missing title";
   const auto body = json::parse(daemon.lastBody("/api/generate").value());
-  EXPECT_EQ(body["prompt"],
-            Describer::prompt(context, "larkspur.org/latte", icu::Locale("en_US"), *utc));
   EXPECT_EQ(body["images"], (json{"/9j/2Q=="}));
+  EXPECT_NE(body["prompt"].get<std::string>().find("\nlarkspur.org/latte\n"), std::string::npos);
 
   daemon.setReply("I can't see an image.");
   EXPECT_THROW(describer.describe({1}, context, "text"), Describer::ParseError);

@@ -45,15 +45,12 @@ class Search : public ::testing::Test {
     store().setCollection(sampleID(n), collection);
   }
   LibraryStore& store() { return m_library->store(); }
-  std::unique_ptr<Library> open(const std::string& host) {
-    return std::make_unique<Library>(std::make_unique<LibraryStore>(m_dir.path()),
-                                     OllamaClient(host), "vision", kEmbedding, Organizer(),
-                                     nullptr);
-  }
 
   testing::TempDir m_dir;
   testing::ImitationOllama m_daemon;
-  std::unique_ptr<Library> m_library = open(m_daemon.host());
+  std::unique_ptr<Library> m_library = std::make_unique<Library>(
+      std::make_unique<LibraryStore>(m_dir.path()), OllamaClient(m_daemon.host()), "vision",
+      kEmbedding, Organizer(), nullptr);
 };
 
 TEST_F(Search, WordsAndVectorsMergeWithTheirReasons) {

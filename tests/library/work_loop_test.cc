@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <mutex>
 #include <thread>
 
 #include "tests/testing/sample_captures.h"
@@ -17,33 +16,23 @@ using testing::sampleCapture;
 using testing::sampleID;
 
 // Runs a WorkLoop whose step is given by the test, and records which
-// captures the drain handed to it, in order.
+// captures the drain handed to it, in order, and whether two were in the
+// step at once. The test reads m_seen only once no drain runs.
 class WorkLoopTest : public ::testing::Test {
  protected:
   void start(std::function<void(const Capture&)> step) {
-    m_step = std::move(step);
-    m_loop = std::make_unique<WorkLoop>(m_store, [this](const Capture& capture) {
-      const int running = ++m_running;
-      m_overlapped = m_overlapped || running > 1;
-      {
-        std::lock_guard lock(m_mutex);
-        m_seen.push_back(capture.id);
-      }
-      m_step(capture);
+    m_loop = std::make_unique<WorkLoop>(m_store, [this, step](const Capture& capture) {
+      m_overlapped = m_overlapped || ++m_running > 1;
+      m_seen.push_back(capture.id);
+      step(capture);
       --m_running;
     });
   }
   // Files the capture as the last stage does.
   void organize(const Capture& capture) { m_store.setCollection(capture.id, std::nullopt); }
-  std::vector<std::string> seen() {
-    std::lock_guard lock(m_mutex);
-    return m_seen;
-  }
 
   testing::TempDir m_dir;
   LibraryStore m_store{m_dir.path()};
-  std::function<void(const Capture&)> m_step;
-  std::mutex m_mutex;
   std::vector<std::string> m_seen;
   std::atomic<int> m_running = 0;
   std::atomic<bool> m_overlapped = false;
@@ -68,7 +57,7 @@ TEST_F(WorkLoopTest, OldestDueFirstInBatchesAndALateKeepJoinsTheNextBatch) {
   for (int n = 1; n <= 20; ++n) expected.push_back(sampleID(n));
   expected.push_back(sampleID(999));
   for (int n = 21; n <= 45; ++n) expected.push_back(sampleID(n));
-  EXPECT_EQ(seen(), expected);
+  EXPECT_EQ(m_seen, expected);
 }
 
 TEST_F(WorkLoopTest, ConcurrentWorkCallsShareOneDrainAndEachReturnsAfterIt) {
@@ -86,9 +75,8 @@ TEST_F(WorkLoopTest, ConcurrentWorkCallsShareOneDrainAndEachReturnsAfterIt) {
     });
   }
   for (auto& caller : callers) caller.join();
-  auto ids = seen();
-  EXPECT_EQ(ids.size(), 30u) << "each capture advanced exactly once";
-  EXPECT_TRUE(std::is_sorted(ids.begin(), ids.end()));
+  EXPECT_EQ(m_seen.size(), 30u) << "each capture advanced exactly once";
+  EXPECT_TRUE(std::is_sorted(m_seen.begin(), m_seen.end()));
   EXPECT_FALSE(m_overlapped) << "two captures were in the step at once";
   EXPECT_EQ(returnedEarly, 0);
 }
@@ -104,8 +92,8 @@ TEST_F(WorkLoopTest, DestroyingTheLibraryReleasesWaiters) {
   m_loop->startWork();
   while (!inStep) std::this_thread::yield();
   m_loop.reset();
-  EXPECT_LT(seen().size(), 5u) << "it stopped after the capture in hand";
-  EXPECT_EQ(m_store.pending(now(), 20).size(), 5u - seen().size());
+  EXPECT_LT(m_seen.size(), 5u) << "it stopped after the capture in hand";
+  EXPECT_EQ(m_store.pending(now(), 20).size(), 5u - m_seen.size());
 }
 
 }  // namespace

@@ -5,22 +5,16 @@
 namespace brindlemoor {
 namespace {
 
-TEST(Capture, DisplayTitleFallsFromTitleToWindowToApp) {
+TEST(Capture, DisplayTitleAndSourceNameFallBackInTurn) {
   Capture capture;
   capture.app = "Firefox";
   capture.windowTitle = "Window";
   capture.title = "";
-  EXPECT_EQ(capture.displayTitle(), "Window");
-  capture.title = "Given";
-  EXPECT_EQ(capture.displayTitle(), "Given");
-  capture.title.reset();
+  EXPECT_EQ(capture.displayTitle(), "Window") << "an empty title is none";
   capture.windowTitle.clear();
   EXPECT_EQ(capture.displayTitle(), "Firefox");
-}
 
-TEST(Capture, SourceNameIsTheHostWithoutLeadingWwwOrElseMediaOrApp) {
-  Capture capture;
-  capture.app = "Firefox";
+  // The source is the host without a leading www, or else the media or app.
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"https://www.example.com/a/b?c=d", "example.com"},
       {"http://127.0.0.1:8080/x", "127.0.0.1"},

@@ -22,11 +22,17 @@ class DatabaseTest : public ::testing::Test {
   Database m_db{m_dir.path() / "a.sqlite"};
 };
 
-TEST_F(DatabaseTest, OpensInWalModeWithForeignKeysAndKeepsItsVersion) {
+TEST_F(DatabaseTest, OpensInWalModeWithForeignKeysKeepsItsVersionAndNamesItsFailures) {
   EXPECT_EQ(*m_db.query("PRAGMA journal_mode")[0]["journal_mode"].textValue(), "wal");
   EXPECT_EQ(m_db.query("PRAGMA foreign_keys")[0]["foreign_keys"].intValue(), 1);
   m_db.setUserVersion(7);
   EXPECT_EQ(Database(m_dir.path() / "a.sqlite").userVersion(), 7);
+
+  std::ofstream(m_dir.path() / "junk.sqlite") << std::string(8192, 'j');
+  EXPECT_THROW(Database(m_dir.path() / "junk.sqlite"), Database::Failure);
+  const std::string sql = "SELECT * FROM missing WHERE " + std::string(200, 'x');
+  EXPECT_EQ(std::string(failureOf<Database::Failure>([&] { m_db.query(sql); }).what()),
+            "SQLite: no such table: missing — " + sql.substr(0, 120));
 }
 
 TEST_F(DatabaseTest, CellsKeepTheirStorageClass) {
@@ -41,15 +47,6 @@ TEST_F(DatabaseTest, CellsKeepTheirStorageClass) {
   EXPECT_EQ(*row["c"].textValue(), "before") << "text ends at its first NUL";
   ASSERT_NE(row["d"].blobValue(), nullptr) << "an empty blob is a blob, not null";
   EXPECT_TRUE(row["e"].isNull());
-}
-
-TEST_F(DatabaseTest, FailuresNameMessageAndStatementAndAJunkFileIsOne) {
-  const std::string sql = "SELECT * FROM missing WHERE " + std::string(200, 'x');
-  const Database::Failure failure = failureOf<Database::Failure>([&] { m_db.query(sql); });
-  EXPECT_EQ(std::string(failure.what()), "SQLite: no such table: missing — " + sql.substr(0, 120));
-
-  std::ofstream(m_dir.path() / "junk.sqlite") << std::string(8192, 'j');
-  EXPECT_THROW(Database(m_dir.path() / "junk.sqlite"), Database::Failure);
 }
 
 TEST_F(DatabaseTest, TransactionCommitsOrLeavesEverythingAsItWas) {

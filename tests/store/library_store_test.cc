@@ -167,7 +167,7 @@ TEST_F(LibraryStoreTest, FullTextRowsStayOneACaptureWhenRowidsWereRenumbered) {
   EXPECT_EQ(scalar(m_dir.path(), "SELECT count(*) AS n FROM captures_fts"), 2);
 }
 
-TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstAndCountsOfScreenSources) {
+TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstCountsOfScreenSourcesAndCollections) {
   Capture photo = sampleCapture(1, 10);
   photo.media = CaptureMedia::photo;
   photo.app = "Photos";
@@ -195,25 +195,14 @@ TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstAndCountsOfScreenSource
   // An imported photo is no source of the screen.
   EXPECT_EQ(m_store.sourceCounts(30), (std::vector<std::pair<std::string, std::int64_t>>{
                                           {"Firefox", 1}, {"example.org", 1}}));
-}
 
-TEST_F(LibraryStoreTest, CollectionsCountTheirCapturesAndStayUserNamed) {
-  for (const auto& [id, updatedAt] : {std::pair("old", 100), {"new", 200}, {"empty", 300}}) {
-    m_store.insertCollection(collection(id, updatedAt));
-  }
-  for (int n = 1; n <= 3; ++n) m_store.insert(sampleCapture(n, n));
-  m_store.setCollection(sampleID(1), "old");
-  m_store.setCollection(sampleID(2), "old");
-  m_store.moveCapture(sampleID(3), "new");
-  auto all = m_store.collections();
-  EXPECT_EQ(ids(all), (Ids{"empty", "new", "old"}));
-  EXPECT_EQ(all[2].count, 2);
-
-  m_store.renameCollection("old", "Mine", "🍋", 2, true);
-  m_store.renameCollection("old", "Automatic", "🤖", 3, false);
-  all = m_store.collections();
-  EXPECT_EQ(all[0].id, "old") << "a rename brings it to the top";
-  EXPECT_TRUE(all[0].userNamed) << "once named by the user, always";
+  m_store.insertCollection(collection("c2", 9));
+  EXPECT_EQ(ids(m_store.collections()), (Ids{"c2", "c1"})) << "the latest updated first";
+  EXPECT_EQ(m_store.collections()[1].count, 1);
+  m_store.renameCollection("c1", "Mine", "🍋", 2, true);
+  m_store.renameCollection("c1", "Automatic", "🤖", 3, false);
+  EXPECT_EQ(m_store.collections()[0].id, "c1") << "a rename brings it to the top";
+  EXPECT_TRUE(m_store.collections()[0].userNamed) << "once named by the user, always";
 }
 
 }  // namespace

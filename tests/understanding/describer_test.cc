@@ -153,19 +153,16 @@ TEST(DescriberDescribe, SendsOnePictureAndThePromptAndPassesFailuresOn) {
   testing::ImitationOllama daemon;
   daemon.setModels({"vision:latest"});
   const Describer describer(OllamaClient(daemon.host()), "vision:latest");
-  daemon.setReply(R"(```json
-{"summary": "This image shows a latte.", "kind": "drink", "highlights": ["add the oat milk"]}
-```)");
+  daemon.setReply(R"({"highlights": ["add the oat milk"]})");
   Describer::Context context;
   context.app = "Videos";
   context.transcript = "now add the oat milk";
-  EXPECT_EQ(
-      describer.describe({0xFF, 0xD8, 0xFF, 0xD9}, context, "  larkspur.org/latte "),
-      (CaptureDescription{"Videos", "Latte.", CaptureKind::food, {}, {"add the oat milk"}, {}}))
-      << "the app stands in for a missing title";
+  const auto described = describer.describe({0xFF, 0xD8, 0xFF, 0xD9}, context, "larkspur.org");
+  EXPECT_EQ(described.title, "Videos") << "the app stands in for a missing title";
+  EXPECT_EQ(described.highlights, Strings{"add the oat milk"}) << "found in what is said";
   const auto body = json::parse(daemon.lastBody("/api/generate").value());
   EXPECT_EQ(body["images"], (json{"/9j/2Q=="}));
-  EXPECT_NE(body["prompt"].get<std::string>().find("\nlarkspur.org/latte\n"), std::string::npos);
+  EXPECT_NE(body["prompt"].get<std::string>().find("\nlarkspur.org\n"), std::string::npos);
 
   daemon.setReply("I can't see an image.");
   EXPECT_THROW(describer.describe({1}, context, "text"), Describer::ParseError);

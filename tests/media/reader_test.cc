@@ -68,15 +68,6 @@ TEST(ReaderText, ReadsLightTextOnDarkPanelsBesideDarkTextOnLight) {
   }
 }
 
-TEST(ReaderText, ReadsTransparentPicturesAsOnWhite) {
-  const VImage mask = panel("Transparent label", kWhite, {0, 0, 0}).extract_band(0);
-  // Black text whose only trace is its alpha: on black it would vanish.
-  const VImage rgba = VImage::black(mask.width(), mask.height(), VImage::option()->set("bands", 3))
-                          .bandjoin(mask)
-                          .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
-  EXPECT_NE(Reader::text(encoded(rgba, ".png")).find("Transparent label"), std::string::npos);
-}
-
 TEST(ReaderLanguages, AddsTheLocalesLanguageOnlyWhenItsFileIsInstalled) {
   const testing::TempDir tessdata;
   for (const char* installed : {"deu", "chi_tra", "chi_sim"}) {

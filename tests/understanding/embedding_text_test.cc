@@ -5,7 +5,7 @@
 namespace brindlemoor {
 namespace {
 
-TEST(EmbeddingText, DocumentJoinsAppAndTitleThenTheNonEmptyTextsCutTo1200Characters) {
+TEST(EmbeddingText, DocumentMeaningAndQueryTexts) {
   Capture capture;
   capture.app = "Safari";
   capture.title = "Espresso";
@@ -19,16 +19,12 @@ TEST(EmbeddingText, DocumentJoinsAppAndTitleThenTheNonEmptyTextsCutTo1200Charact
   EXPECT_EQ(EmbeddingText::document(capture),
             "title: Safari — Espresso | text: How to pull a shot.\ncoffee, espresso\n" +
                 flags.substr(0, 1200 * 8) + "\n18 g in, 36 g out");
-}
 
-TEST(EmbeddingText, MeaningHoldsTitleTopicsAndNoteAndAQueryFollowsTheSearchConvention) {
-  Capture capture;
-  capture.title = "Espresso";
-  capture.tags = {"coffee", "drink"};
+  // The meaning holds title, topics and note alone; a query follows the
+  // search convention.
   capture.note = "try this";
-  capture.summary = "left out";
   EXPECT_EQ(EmbeddingText::meaning(capture),
-            "title: none | text: Espresso. Topics: coffee, drink. try this");
+            "title: none | text: Espresso. Topics: coffee, espresso. try this");
   EXPECT_EQ(EmbeddingText::query("refund policy"), "task: search result | query: refund policy");
 }
 

@@ -96,7 +96,7 @@ class MCP : public ::testing::Test {
   const MCPServer m_server{m_library, m_library.store(), "1.2.3", m_locale, *m_utc};
 };
 
-TEST_F(MCP, TheLineDecidesWhetherAndHowToAnswer) {
+TEST_F(MCP, TheLineDecidesWhetherAndHowToAnswerAndInitializeIntroducesTheServer) {
   const std::string deep = std::string(100000, '[') + std::string(100000, ']');
   for (const std::string& line :
        {std::string(""), std::string("[1,2]"), std::string(R"({"id":1,"method":"ping"} {})"), deep,
@@ -110,9 +110,8 @@ TEST_F(MCP, TheLineDecidesWhetherAndHowToAnswer) {
   EXPECT_EQ(reply(R"({"id":{"k":1},"method":"ping"})"),
             json({{"jsonrpc", "2.0"}, {"id", {{"k", 1}}}, {"result", json::object()}}));
   EXPECT_EQ(request("resources/list"), error(1, -32601, "Method not found: resources/list"));
-}
 
-TEST_F(MCP, InitializeEchoesTheClientsVersionAndToolsTellTheirLimits) {
+  // Initialize echoes the client's version, and the tools tell their limits.
   const json result = request("initialize", {{"protocolVersion", "2024-11-05"}})["result"];
   EXPECT_EQ(result["protocolVersion"], "2024-11-05");
   EXPECT_EQ(result["instructions"], MCPServer::instructions);

@@ -70,12 +70,8 @@ TEST_F(LibraryEdits, KeepImportedWritesEveryFileAndCopiesTheOriginal) {
   std::ofstream(original) << "movie bytes";
   std::ofstream(m_dir.path() / *video.originalFile) << "stale";
   m_library.keepImported({video, {1, 2}, {3}, Bytes{4, 5}}, original);
-  m_library.work();
   EXPECT_EQ(fileBytes(store().sheetURL(video.id)), (Bytes{4, 5}));
-  EXPECT_EQ(fileBytes(*store().originalURL(video)), fileBytes(original));
-  auto stored = store().capture(video.id);
-  stored->lastError.reset();  // the bytes are no picture, so it waits to be read
-  EXPECT_EQ(stored, video);
+  EXPECT_EQ(fileBytes(*store().originalURL(*store().capture(video.id))), fileBytes(original));
 
   Capture photo = sampleCapture(2, 10);
   photo.originalFile = "media/" + photo.id + "-original.jpg";

@@ -30,7 +30,6 @@ class Pipeline : public ::testing::Test {
                                      OllamaClient(daemonHost), kVision, kEmbedding, Organizer(),
                                      std::make_unique<LocalMediaWork>());
   }
-  Library& library() { return *m_library; }
   LibraryStore& store() { return m_library->store(); }
   void keep(int n) {
     m_library->keep(sampleCapture(n, n),
@@ -44,9 +43,9 @@ class Pipeline : public ::testing::Test {
 
 TEST_F(Pipeline, ACaptureGoesFromKeptToOrganizedInThreeChanges) {
   int changes = 0;
-  library().setOnChange([&] { ++changes; });
+  m_library->setOnChange([&] { ++changes; });
   keep(1);
-  library().work();
+  m_library->work();
   const auto capture = store().capture(sampleID(1));
   EXPECT_EQ(capture->stage, CaptureStage::organized);
   EXPECT_NE(capture->ocrText->find("lemon tart"), std::string::npos) << *capture->ocrText;
@@ -62,8 +61,8 @@ TEST_F(Pipeline, WithTheDaemonDownACaptureIsReadAndWaitsAMinute) {
   m_library = open(closed.host());
   const Date before = now();
   keep(1);
-  library().work();
-  library().work();
+  m_library->work();
+  m_library->work();
   const auto capture = store().capture(sampleID(1));
   EXPECT_EQ(capture->stage, CaptureStage::read);
   EXPECT_EQ(capture->lastError, "Ollama is not running");
@@ -74,11 +73,11 @@ TEST_F(Pipeline, WithTheDaemonDownACaptureIsReadAndWaitsAMinute) {
 
 TEST_F(Pipeline, AfterARestartADescribedCaptureIsOnlyEmbeddedAndFiled) {
   keep(1);
-  library().work();
+  m_library->work();
   store().setDescribed(sampleID(1), {"Again", "", CaptureKind::other, {}, {}, {}});
   const int generated = m_daemon.requestCount("/api/generate");
   m_library = open(m_daemon.host());
-  library().work();
+  m_library->work();
   EXPECT_EQ(store().capture(sampleID(1))->stage, CaptureStage::organized);
   EXPECT_EQ(m_daemon.requestCount("/api/generate"), generated);
 }

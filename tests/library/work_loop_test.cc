@@ -54,9 +54,8 @@ TEST_F(WorkLoopTest, OldestDueFirstInBatchesAndALateKeepJoinsTheNextBatch) {
   m_loop->work();
 
   std::vector<std::string> expected;
-  for (int n = 1; n <= 20; ++n) expected.push_back(sampleID(n));
-  expected.push_back(sampleID(999));
-  for (int n = 21; n <= 45; ++n) expected.push_back(sampleID(n));
+  for (int n = 1; n <= 45; ++n) expected.push_back(sampleID(n));
+  expected.insert(expected.begin() + 20, sampleID(999));
   EXPECT_EQ(m_seen, expected);
 }
 

@@ -23,7 +23,7 @@ Vector at(float cosine) {
 
 const Vector kEast = {1.0f, 0.0f};
 
-TEST(OrganizerDecide, ThresholdsAreExactAndJoiningBeatsForming) {
+TEST(OrganizerDecide, ThresholdsAreExactJoiningBeatsFormingAndFormingTakesTheTwelveClosest) {
   // With one member {1, 0} the centroid is that member, so the centroid and
   // the best member both score exactly the capture's first component.
   const std::vector<Organizer::Group> groups = {{"empty", {}}, {"c", {kEast}}};
@@ -33,11 +33,9 @@ TEST(OrganizerDecide, ThresholdsAreExactAndJoiningBeatsForming) {
   EXPECT_EQ(Organizer{}.decide(at(0.8f), groups, {}), Decision::join("c", 0.8f));
   EXPECT_EQ(Organizer{}.decide(at(0.7999f), groups, {}), Decision::stayUnsorted());
   EXPECT_EQ(Organizer{}.decide(at(0.8f), groups, {{"a", at(0.8f)}}), Decision::join("c", 0.8f));
-}
 
-TEST(OrganizerDecide, FormsWithTheTwelveClosestInOrderOfScore) {
-  // Twenty neighbours named by their rank, "a" the closest, in a scrambled
-  // order; "f" and "g" score the same, and "f" comes first in the list.
+  // It forms with the twelve closest in order of score. Twenty neighbours named by their rank, "a"
+  // the closest, in a scrambled order; "f" and "g" score the same, and "f" comes first in the list.
   std::vector<Vector> vectors(20);
   std::vector<Organizer::Unsorted> unsorted;
   for (int position = 0; position < 20; ++position) {

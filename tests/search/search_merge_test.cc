@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <map>
-#include <set>
 #include <span>
 
 namespace brindlemoor {
@@ -12,7 +10,6 @@ namespace {
 
 using SearchMerge::Score;
 using Ids = std::vector<std::string>;
-using Reasons = std::set<SearchReason>;
 
 // A stored vector as the store hands it over.
 struct Entry {
@@ -85,19 +82,6 @@ TEST(SearchMergeCollections, ACoveredOneHasThreeQuartersOfAtLeastThreeAndIsCompl
                                         {"c2", {"d", "e", "f", "shared"}}};
   EXPECT_EQ(SearchMerge::completingCollections({"a", "b", "c", "d", "e", "f"}, sharing),
             (Ids{"a", "b", "c", "d", "e", "f", "shared"}));
-}
-
-TEST(SearchMergeReasons, GatherEveryListNamingAnIdAndCollectionAloneForTheRest) {
-  const auto why = SearchMerge::reasons({{SearchReason::meaning, {"a", "c"}},
-                                         {SearchReason::words, {"b", "a"}},
-                                         {SearchReason::look, {}}},
-                                        {"a", "b", "c", "filled"});
-  const std::map<std::string, Reasons> expected = {
-      {"a", {SearchReason::words, SearchReason::meaning}},
-      {"b", {SearchReason::words}},
-      {"c", {SearchReason::meaning}},
-      {"filled", {SearchReason::collection}}};
-  EXPECT_EQ(why, expected);
 }
 
 }  // namespace

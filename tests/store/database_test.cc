@@ -22,7 +22,7 @@ class DatabaseTest : public ::testing::Test {
   Database m_db{m_dir.path() / "a.sqlite"};
 };
 
-TEST_F(DatabaseTest, OpensInWalModeWithForeignKeysKeepsItsVersionAndNamesItsFailures) {
+TEST_F(DatabaseTest, OpensInWalModeWithForeignKeysKeepsVersionAndCellTypesAndNamesFailures) {
   EXPECT_EQ(*m_db.query("PRAGMA journal_mode")[0]["journal_mode"].textValue(), "wal");
   EXPECT_EQ(m_db.query("PRAGMA foreign_keys")[0]["foreign_keys"].intValue(), 1);
   m_db.setUserVersion(7);
@@ -33,9 +33,8 @@ TEST_F(DatabaseTest, OpensInWalModeWithForeignKeysKeepsItsVersionAndNamesItsFail
   const std::string sql = "SELECT * FROM missing WHERE " + std::string(200, 'x');
   EXPECT_EQ(std::string(failureOf<Database::Failure>([&] { m_db.query(sql); }).what()),
             "SQLite: no such table: missing — " + sql.substr(0, 120));
-}
 
-TEST_F(DatabaseTest, CellsKeepTheirStorageClass) {
+  // Cells keep their storage class.
   m_db.execute("CREATE TABLE t (a, b, c, d, e)");
   EXPECT_EQ(m_db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)",
                      {Value(std::int64_t{1} << 40), 2.5, std::string("before\0after", 12),

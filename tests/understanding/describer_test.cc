@@ -28,13 +28,11 @@ CaptureDescription parsed(const std::string& reply, std::string_view seen = "",
   return Describer::parse(reply, seen, url, "x");
 }
 
-TEST(DescriberExcerpt, IsTrimmedTextCutAfter3000UserPerceivedCharacters) {
+TEST(DescriberPrompt, SaysWhatTheMediaKnowsWithAnExcerptOfItsText) {
   EXPECT_EQ(Describer::excerpt(" \n\t \r\n"), "(none)");
   // "é" as e and a combining accent is one character of three bytes.
   EXPECT_EQ(Describer::excerpt(repeated("e\u0301", 3001) + " "), repeated("e\u0301", 3000) + "…");
-}
 
-TEST(DescriberPrompt, SaysWhatTheMediaKnows) {
   const icu::Locale english("en_US");
   const std::unique_ptr<icu::TimeZone> newYork(icu::TimeZone::createTimeZone("America/New_York"));
   Describer::Context screen;

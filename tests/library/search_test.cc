@@ -16,12 +16,6 @@ using testing::sampleID;
 constexpr const char* kEmbedding = "embedding:test";
 constexpr int kDimension = 768;  // the imitation daemon's
 
-std::vector<std::string> idsOf(const SearchFindings& findings) {
-  std::vector<std::string> ids;
-  for (const auto& hit : findings.hits) ids.push_back(hit.capture.id);
-  return ids;
-}
-
 // A library on the imitation daemon whose captures are stored directly with
 // the texts and vectors a test chooses.
 class Search : public ::testing::Test {
@@ -59,8 +53,8 @@ TEST_F(Search, WordsAndVectorsMergeWithTheirReasons) {
   add(2, "a note about quince", opposite(close));  // words only
   add(3, "nothing in common", close);              // both spaces only
   const SearchFindings found = m_library->findings("quince jam");
-  EXPECT_EQ(idsOf(found), (std::vector<std::string>{sampleID(1), sampleID(3)}))
-      << "the second needs every word";
+  ASSERT_EQ(found.hits.size(), 2u) << "the second needs every word";
+  EXPECT_EQ(found.hits[1].capture.id, sampleID(3));
   EXPECT_EQ(found.hits[0].reasons, (std::set<SearchReason>{SearchReason::words, SearchReason::look,
                                                            SearchReason::meaning}));
   EXPECT_EQ(found.hits[1].reasons,

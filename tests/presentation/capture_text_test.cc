@@ -49,7 +49,6 @@ TEST_F(CaptureTexts, ListingHasItsLinesInOrderAndSkipsWhatIsMissing) {
 
   Capture photo = m_capture;
   photo.media = CaptureMedia::photo;
-  photo.app = "";
   photo.windowTitle = "IMG_0001";
   photo.takenAt = dateFromSeconds(1625389500);  // Jul 4, 2021, 09:05 UTC
   photo.collectionID = sampleID(7);             // gone from the collections

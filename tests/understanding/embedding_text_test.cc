@@ -6,14 +6,14 @@ namespace brindlemoor {
 namespace {
 
 TEST(EmbeddingText, DocumentMeaningAndQueryTexts) {
+  std::string flags;  // a flag is one user-perceived character of eight bytes
+  for (int i = 0; i < 1300; ++i) flags += "🇩🇪";
   Capture capture;
   capture.app = "Safari";
   capture.title = "Espresso";
   capture.summary = "How to pull a shot.";
   capture.tags = {"coffee", "espresso"};
   capture.note = "";
-  std::string flags;  // a flag is one user-perceived character of eight bytes
-  for (int i = 0; i < 1300; ++i) flags += "🇩🇪";
   capture.transcript = flags;
   capture.ocrText = "18 g in, 36 g out";
   EXPECT_EQ(EmbeddingText::document(capture),

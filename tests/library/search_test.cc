@@ -14,22 +14,13 @@ using testing::sampleCapture;
 using testing::sampleID;
 
 constexpr const char* kEmbedding = "embedding:test";
-constexpr int kDimension = 16;
-
-std::vector<std::string> idsOf(const SearchFindings& findings) {
-  std::vector<std::string> ids;
-  for (const auto& hit : findings.hits) ids.push_back(hit.capture.id);
-  return ids;
-}
+constexpr int kDimension = 768;  // the imitation daemon's
 
 // A library on the imitation daemon whose captures are stored directly with
 // the texts and vectors a test chooses.
 class Search : public ::testing::Test {
  protected:
-  Search() {
-    m_daemon.setModels({kEmbedding});
-    m_daemon.setDimension(kDimension);
-  }
+  Search() { m_daemon.setModels({kEmbedding}); }
   // The unit vector the daemon gives for `query` as a search embeds it.
   std::vector<float> queryVector(const std::string& query) {
     return VectorMath::unit(
@@ -48,11 +39,6 @@ class Search : public ::testing::Test {
     store().setCollection(sampleID(n), collection);
   }
   LibraryStore& store() { return m_library->store(); }
-  void useDaemon(const std::string& host) {
-    m_library =
-        std::make_unique<Library>(std::make_unique<LibraryStore>(m_dir.path()), OllamaClient(host),
-                                  "vision", kEmbedding, Organizer(), nullptr);
-  }
 
   testing::TempDir m_dir;
   testing::ImitationOllama m_daemon;
@@ -67,27 +53,16 @@ TEST_F(Search, WordsAndVectorsMergeWithTheirReasons) {
   add(2, "a note about quince", opposite(close));  // words only
   add(3, "nothing in common", close);              // both spaces only
   const SearchFindings found = m_library->findings("quince jam");
-  EXPECT_EQ(idsOf(found), (std::vector<std::string>{sampleID(1), sampleID(3)}))
-      << "the second needs every word";
+  ASSERT_EQ(found.hits.size(), 2u) << "the second needs every word";
+  EXPECT_EQ(found.hits[1].capture.id, sampleID(3));
   EXPECT_EQ(found.hits[0].reasons, (std::set<SearchReason>{SearchReason::words, SearchReason::look,
                                                            SearchReason::meaning}));
   EXPECT_EQ(found.hits[1].reasons,
             (std::set<SearchReason>{SearchReason::look, SearchReason::meaning}));
-  EXPECT_EQ(m_library->search("quince")[0].id, sampleID(1)) << "found by two judges";
 
   const int embedded = m_daemon.requestCount("/api/embed");
   EXPECT_EQ(m_library->findings("   \n"), SearchFindings{});
   EXPECT_EQ(m_daemon.requestCount("/api/embed"), embedded) << "a blank query asks nobody";
-}
-
-TEST_F(Search, WithTheDaemonDownWordsAloneAnswer) {
-  testing::ClosedPort closed;
-  useDaemon(closed.host());
-  add(1, "quince jam on toast", queryVector("quince"));
-  add(2, "plum", queryVector("quince"));
-  const SearchFindings found = m_library->findings("quince");
-  ASSERT_EQ(idsOf(found), std::vector<std::string>{sampleID(1)});
-  EXPECT_EQ(found.hits[0].reasons, std::set<SearchReason>{SearchReason::words});
 }
 
 TEST_F(Search, ANearlyCoveredCollectionIsCompleted) {
@@ -104,23 +79,6 @@ TEST_F(Search, ANearlyCoveredCollectionIsCompleted) {
   EXPECT_EQ(found.collectionIDs, std::vector<std::string>{"trip"});
 }
 
-TEST_F(Search, AnswersFollowChangesOfThisAndOtherConnections) {
-  const auto close = queryVector("medlar");
-  add(1, "medlar", close);
-  EXPECT_EQ(m_library->findings("medlar").hits.size(), 1u);
-
-  LibraryStore other(m_dir.path());  // as another process would write
-  other.insert(sampleCapture(2, 2));
-  other.setEmbedding(sampleID(2), kEmbedding,
-                     {{VectorSpace::look, close}, {VectorSpace::meaning, close}});
-  EXPECT_EQ(m_library->findings("medlar").hits.size(), 2u);
-
-  store().setEmbedding(
-      sampleID(2), kEmbedding,
-      {{VectorSpace::look, opposite(close)}, {VectorSpace::meaning, opposite(close)}});
-  EXPECT_EQ(m_library->findings("medlar").hits.size(), 1u);
-}
-
 TEST_F(Search, RelatedKeepsTheAlikeAboveTheFloor) {
   auto along = [](float x, float y) {
     std::vector<float> vector(kDimension, 0.0f);
@@ -132,13 +90,9 @@ TEST_F(Search, RelatedKeepsTheAlikeAboveTheFloor) {
   add(2, "below the floor", along(0.7f, 0.71414284f));
   add(3, "alike", along(0.8f, 0.6f));
   add(4, "the same", along(1, 0));
-  store().insert(sampleCapture(5, 5));
-
   std::vector<std::string> ids;
   for (const auto& capture : m_library->related(sampleID(1), 10)) ids.push_back(capture.id);
   EXPECT_EQ(ids, (std::vector<std::string>{sampleID(4), sampleID(3)})) << "never itself";
-  EXPECT_EQ(m_library->related(sampleID(1), 1).size(), 1u);
-  EXPECT_TRUE(m_library->related(sampleID(5), 10).empty()) << "it has no vector";
 }
 
 }  // namespace

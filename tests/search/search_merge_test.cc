@@ -3,32 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <map>
-#include <optional>
-#include <ostream>
-#include <set>
 #include <span>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace brindlemoor {
-
-void PrintTo(SearchReason reason, std::ostream* out) {
-  *out << reason.raw();
-}
-
-namespace SearchMerge {
-void PrintTo(const Score& score, std::ostream* out) {
-  *out << score.id << ":" << score.score;
-}
-}  // namespace SearchMerge
-
 namespace {
 
 using SearchMerge::Score;
 using Ids = std::vector<std::string>;
-using Reasons = std::set<SearchReason>;
 
 // A stored vector as the store hands it over.
 struct Entry {
@@ -63,24 +44,13 @@ concept Scorable = requires(std::span<const float> query, V&& vectors) {
 static_assert(Scorable<const std::vector<Entry>&>);
 static_assert(!Scorable<std::vector<Entry>>);
 
-TEST(SearchMergeStandouts, BelowSixScoresTheBestAndThoseNearItStandOut) {
-  EXPECT_TRUE(SearchMerge::standouts({}).empty());
-  EXPECT_EQ(SearchMerge::standouts(field({0.12f})), field({0.12f}));
+TEST(SearchMergeStandouts, TheBestAndThoseNearItAndFromSixScoresAboveTheMedian) {
   EXPECT_EQ(SearchMerge::standouts(field({0.42f, 0.50f, 0.45f})),
             (std::vector<Score>{{"s1", 0.50f}, {"s2", 0.45f}}));
   // Five equal scores come back in their own order: the sort is stable.
   EXPECT_EQ(SearchMerge::standouts(field(std::vector<float>(5, 0.7f))),
             field(std::vector<float>(5, 0.7f)));
-}
-
-TEST(SearchMergeStandouts, FromSixScoresTheFloorAlsoStandsAboveTheMedian) {
   EXPECT_TRUE(SearchMerge::standouts(field(std::vector<float>(6, 0.7f))).empty());
-  // near 0.83, lifted 0.58: the floor is near.
-  EXPECT_EQ(SearchMerge::standouts(field({0.35f, 0.90f, 0.60f, 0.55f, 0.50f, 0.45f, 0.40f})),
-            (std::vector<Score>{{"s1", 0.90f}}));
-  // near 0.55, lifted 0.66: the floor lies above the best score.
-  EXPECT_TRUE(
-      SearchMerge::standouts(field({0.62f, 0.60f, 0.59f, 0.58f, 0.50f, 0.49f, 0.48f})).empty());
   // Of an even field the lower middle, 0.50, lifts the floor to 0.58, under
   // near at 0.63; the upper middle, 0.60, would lift it to 0.68 and drop 0.66.
   EXPECT_EQ(SearchMerge::standouts(field({0.30f, 0.40f, 0.50f, 0.60f, 0.66f, 0.70f})),
@@ -89,15 +59,13 @@ TEST(SearchMergeStandouts, FromSixScoresTheFloorAlsoStandsAboveTheMedian) {
 
 TEST(SearchMergeMerge, RanksByReciprocalPositionsThenIdUpToTheLimit) {
   EXPECT_EQ(SearchMerge::merge({{"a", "b"}, {"b", "c"}}, 60), (Ids{"b", "a", "c"}));
-  EXPECT_EQ(SearchMerge::merge({{"b", "a"}, {"a", "b"}}, 60), (Ids{"a", "b"}));
   // "z" with 1/61 + 1/63 beats "a" with 1/61; counted once it would tie and
   // lose by its id.
   EXPECT_EQ(SearchMerge::merge({{"z", "b", "z"}, {"a"}}, 60), (Ids{"z", "a", "b"}));
   EXPECT_EQ(SearchMerge::merge({{"a", "b"}, {"b", "c"}}, 2), (Ids{"b", "a"}));
-  EXPECT_TRUE(SearchMerge::merge({{"a", "b"}, {"b", "c"}}, 0).empty());
 }
 
-TEST(SearchMergeCoveredCollections, NeedThreeQuartersOfACollectionOfAtLeastThree) {
+TEST(SearchMergeCollections, ACoveredOneHasThreeQuartersOfAtLeastThreeAndIsCompleted) {
   const SearchMerge::Members members = {
       {"four", {"f1", "f2", "f3", "f4"}},
       {"two", {"t1", "t2"}},
@@ -108,34 +76,12 @@ TEST(SearchMergeCoveredCollections, NeedThreeQuartersOfACollectionOfAtLeastThree
                      "e4", "e5", "g1", "g2", "g3", "g4", "g5", "g6"};
   // Ascending by collection id; 6 of 8 is exactly three quarters.
   EXPECT_EQ(SearchMerge::coveredCollections(found, members), (Ids{"eight-6", "four"}));
-}
 
-TEST(SearchMergeCompletingCollections, AppendsTheMissingCapturesCollectionByCollectionOnce) {
-  const SearchMerge::Members members = {
-      {"c1", {"k", "m", "n", "l"}},
-      {"c2", {"s", "r", "u", "t"}},
-      {"c3", {"v", "w", "y", "z"}},  // only one of four found
-  };
-  EXPECT_EQ(SearchMerge::completingCollections({"t", "n", "k", "s", "v", "m", "u"}, members),
-            (Ids{"t", "n", "k", "s", "v", "m", "u", "l", "r"}));
-  EXPECT_EQ(SearchMerge::completingCollections({"k", "v", "w"}, members), (Ids{"k", "v", "w"}));
+  // Completing appends the missing captures collection by collection, once.
   const SearchMerge::Members sharing = {{"c1", {"a", "b", "c", "shared"}},
                                         {"c2", {"d", "e", "f", "shared"}}};
   EXPECT_EQ(SearchMerge::completingCollections({"a", "b", "c", "d", "e", "f"}, sharing),
             (Ids{"a", "b", "c", "d", "e", "f", "shared"}));
-}
-
-TEST(SearchMergeReasons, GatherEveryListNamingAnIdAndCollectionAloneForTheRest) {
-  const auto why = SearchMerge::reasons({{SearchReason::meaning, {"a", "c"}},
-                                         {SearchReason::words, {"b", "a"}},
-                                         {SearchReason::look, {}}},
-                                        {"a", "b", "c", "filled"});
-  const std::map<std::string, Reasons> expected = {
-      {"a", {SearchReason::words, SearchReason::meaning}},
-      {"b", {SearchReason::words}},
-      {"c", {SearchReason::meaning}},
-      {"filled", {SearchReason::collection}}};
-  EXPECT_EQ(why, expected);
 }
 
 }  // namespace

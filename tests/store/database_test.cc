@@ -22,61 +22,35 @@ class DatabaseTest : public ::testing::Test {
   Database m_db{m_dir.path() / "a.sqlite"};
 };
 
-TEST_F(DatabaseTest, OpensInWalModeWithForeignKeysAndKeepsItsVersion) {
+TEST_F(DatabaseTest, OpensInWalModeWithForeignKeysKeepsVersionAndCellTypesAndNamesFailures) {
   EXPECT_EQ(*m_db.query("PRAGMA journal_mode")[0]["journal_mode"].textValue(), "wal");
   EXPECT_EQ(m_db.query("PRAGMA foreign_keys")[0]["foreign_keys"].intValue(), 1);
-  EXPECT_EQ(m_db.userVersion(), 0);
   m_db.setUserVersion(7);
   EXPECT_EQ(Database(m_dir.path() / "a.sqlite").userVersion(), 7);
-}
-
-TEST_F(DatabaseTest, CellsKeepTheirStorageClass) {
-  m_db.execute("CREATE TABLE t (a, b, c, d, e)");
-  const Bytes blob{0, 1, 2, 255};
-  EXPECT_EQ(m_db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)",
-                     {Value(std::int64_t{1} << 40), 2.5, "it's \"quoted\" ✓", blob, Value()}),
-            1);
-  m_db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)",
-           {Value(Bytes{}), std::string("before\0after", 12), 0, Value(), Value()});
-  const auto rows = m_db.query("SELECT * FROM t ORDER BY rowid");
-  ASSERT_EQ(rows.size(), 2u);
-  EXPECT_EQ(rows[0]["a"].intValue(), std::int64_t{1} << 40);
-  EXPECT_FALSE(rows[0]["b"].intValue()) << "a double is never read as an integer";
-  EXPECT_EQ(*rows[0]["c"].textValue(), "it's \"quoted\" ✓");
-  EXPECT_EQ(*rows[0]["d"].blobValue(), blob);
-  EXPECT_TRUE(rows[0]["e"].isNull());
-  EXPECT_TRUE(rows[0]["no such column"].isNull());
-  ASSERT_NE(rows[1]["a"].blobValue(), nullptr) << "an empty blob is a blob, not null";
-  EXPECT_TRUE(rows[1]["a"].blobValue()->empty());
-  EXPECT_EQ(*rows[1]["b"].textValue(), "before") << "text ends at its first NUL";
-}
-
-TEST_F(DatabaseTest, FailuresNameMessageAndStatement) {
-  const std::string sql = "SELECT * FROM missing WHERE " + std::string(200, 'x');
-  const Database::Failure failure = failureOf<Database::Failure>([&] { m_db.query(sql); });
-  EXPECT_EQ(failure.message(), "no such table: missing");
-  EXPECT_EQ(failure.sql(), sql);
-  EXPECT_EQ(std::string(failure.what()), "SQLite: no such table: missing — " + sql.substr(0, 120));
 
   std::ofstream(m_dir.path() / "junk.sqlite") << std::string(8192, 'j');
   EXPECT_THROW(Database(m_dir.path() / "junk.sqlite"), Database::Failure);
-  EXPECT_EQ(
-      failureOf<Database::Failure>([&] { Database(m_dir.path() / "missing" / "a.sqlite"); }).sql(),
-      "open " + (m_dir.path() / "missing/a.sqlite").string());
+  const std::string sql = "SELECT * FROM missing WHERE " + std::string(200, 'x');
+  EXPECT_EQ(std::string(failureOf<Database::Failure>([&] { m_db.query(sql); }).what()),
+            "SQLite: no such table: missing — " + sql.substr(0, 120));
+
+  // Cells keep their storage class.
+  m_db.execute("CREATE TABLE t (a, b, c, d, e)");
+  EXPECT_EQ(m_db.run("INSERT INTO t VALUES (?, ?, ?, ?, ?)",
+                     {Value(std::int64_t{1} << 40), 2.5, std::string("before\0after", 12),
+                      Value(Bytes{}), Value()}),
+            1);
+  auto row = m_db.query("SELECT * FROM t")[0];
+  EXPECT_EQ(row["a"].intValue(), std::int64_t{1} << 40);
+  EXPECT_FALSE(row["b"].intValue()) << "a double is never read as an integer";
+  EXPECT_EQ(*row["c"].textValue(), "before") << "text ends at its first NUL";
+  ASSERT_NE(row["d"].blobValue(), nullptr) << "an empty blob is a blob, not null";
+  EXPECT_TRUE(row["e"].isNull());
 }
 
 TEST_F(DatabaseTest, TransactionCommitsOrLeavesEverythingAsItWas) {
   m_db.execute("CREATE TABLE t (a INTEGER NOT NULL)");
-  EXPECT_EQ(m_db.transaction([&] {
-    m_db.run("INSERT INTO t VALUES (1)");
-    return 42;
-  }),
-            42);
-  EXPECT_THROW(m_db.transaction([&] {
-    m_db.run("INSERT INTO t VALUES (2)");
-    m_db.run("INSERT INTO t VALUES (NULL)");
-  }),
-               Database::Failure);
+  m_db.transaction([&] { m_db.run("INSERT INTO t VALUES (1)"); });
   EXPECT_THROW(m_db.transaction([&] {
     m_db.run("INSERT INTO t VALUES (3)");
     throw std::runtime_error("the body gave up");

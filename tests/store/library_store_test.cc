@@ -16,17 +16,11 @@ using testing::sampleCapture;
 using testing::sampleID;
 using Ids = std::vector<std::string>;
 
-void touch(const std::filesystem::path& path) {
-  std::ofstream(path) << "x";
-}
-
 std::int64_t scalar(const std::filesystem::path& root, const std::string& sql) {
   return Database(root / "library.sqlite").query(sql)[0]["n"].intValue().value_or(-1);
 }
 
-std::int64_t version(const std::filesystem::path& root) {
-  return scalar(root, "SELECT user_version AS n FROM pragma_user_version");
-}
+const char* const kVersion = "SELECT user_version AS n FROM pragma_user_version";
 
 // A library of version 1 with one capture, and `sql` run on it.
 void writeVersionOne(const std::filesystem::path& root, const std::string& sql) {
@@ -56,149 +50,75 @@ class LibraryStoreTest : public ::testing::Test {
   LibraryStore m_store{m_dir.path()};
 };
 
-TEST(LibraryStore, AFreshRootGetsPrivateFoldersAndTheSchemaOnce) {
+TEST(LibraryStore, OpensAPrivateRootOrFailsOnOneThatCannotBeMade) {
   testing::TempDir dir;
   const auto root = dir.path() / "deep" / "Brindlemoor";
   LibraryStore store(root);
-  for (const char* name : {"captures", "thumbs", "media"}) {
-    EXPECT_TRUE(std::filesystem::is_directory(root / name)) << name;
-  }
   struct stat info {};
   ASSERT_EQ(::stat(root.c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 0777, 0700u) << "the library holds pictures of the screen";
-  EXPECT_EQ(version(root), 2);
-  EXPECT_EQ(LibraryStore(root).count(), 0) << "opening again migrates nothing";
-}
+  EXPECT_EQ(scalar(root, kVersion), 2);
 
-TEST(LibraryStore, ARootThatCannotBeMadeOrADamagedDatabaseIsAFailure) {
-  testing::TempDir dir;
-  touch(dir.path() / "file");
-  try {
-    LibraryStore store(dir.path() / "file" / "Brindlemoor");
-    FAIL() << "expected a failure";
-  } catch (const LibraryStore::Failure& failure) {
-    EXPECT_NE(std::string(failure.what()).find((dir.path() / "file").string()), std::string::npos);
-  }
-
-  LibraryStore(dir.path() / "good").insert(sampleCapture(1, 10));
-  {
-    // Scramble the pages after the header so the schema can't be read.
-    std::fstream file(dir.path() / "good" / "library.sqlite",
-                      std::ios::in | std::ios::out | std::ios::binary);
-    file.seekp(100);
-    file << std::string(4000, '\xff');
-  }
-  std::filesystem::remove(dir.path() / "good" / "library.sqlite-wal");
-  EXPECT_THROW(LibraryStore(dir.path() / "good").count(), Database::Failure);
+  std::ofstream(dir.path() / "file") << "x";
+  EXPECT_THROW(LibraryStore(dir.path() / "file" / "Brindlemoor"), LibraryStore::Failure);
 }
 
 TEST(LibraryStore, MigratesAVersionOneLibraryOrLeavesItWhole) {
   testing::TempDir dir;
   writeVersionOne(dir.path() / "a", "");
-  LibraryStore store(dir.path() / "a");
-  const auto capture = store.capture(sampleID(1));
-  ASSERT_TRUE(capture);
+  const auto capture = LibraryStore(dir.path() / "a").capture(sampleID(1));
   EXPECT_EQ(capture->media, CaptureMedia::screen);
-  EXPECT_EQ(capture->app, "Terminal");
-  EXPECT_FALSE(capture->transcript);
-  EXPECT_EQ(version(dir.path() / "a"), 2);
+  EXPECT_EQ(scalar(dir.path() / "a", kVersion), 2);
 
   writeVersionOne(dir.path() / "b", "CREATE INDEX idx_captures_media ON captures(app)");
   EXPECT_THROW(LibraryStore{dir.path() / "b"}, Database::Failure);
-  EXPECT_EQ(version(dir.path() / "b"), 1);
+  EXPECT_EQ(scalar(dir.path() / "b", kVersion), 1);
   EXPECT_EQ(scalar(dir.path() / "b",
                    "SELECT count(*) AS n FROM pragma_table_info('captures') WHERE name = 'media'"),
             0);
 }
 
-TEST_F(LibraryStoreTest, ACaptureReadsBackAsItWasKept) {
+TEST_F(LibraryStoreTest, ACaptureReadsBackAsItWasKeptAndMovesThroughItsStages) {
   Capture capture = sampleCapture(1, 1700000000.25);
-  capture.url = "https://www.example.com/it's/\"quoted\"";
   capture.windowTitle = "Emoji 👩‍👩‍👧 and שלום'; DROP TABLE captures; --";
-  capture.note = "a note";
-  capture.favorite = true;
   capture.media = CaptureMedia::video;
   capture.duration = 12.5;
-  capture.takenAt = dateFromSeconds(1600000000);
-  capture.imageFile = "media/" + capture.id + ".jpg";
-  capture.originalFile = "media/" + capture.id + "-original.mov";
   m_store.insert(capture);
   EXPECT_EQ(m_store.capture(capture.id), capture);
   EXPECT_THROW(m_store.insert(capture), Database::Failure) << "ids are unique";
-}
 
-TEST_F(LibraryStoreTest, StageWritesMoveTheStageAndClearTheError) {
-  const std::string id = sampleID(1);
-  m_store.insert(sampleCapture(1, 10));
+  const std::string id = capture.id;
   m_store.recordFailure(id, "Ollama is not running", 60, dateFromSeconds(1000));
-  EXPECT_EQ(m_store.capture(id)->lastError, "Ollama is not running");
   EXPECT_TRUE(m_store.pending(dateFromSeconds(1059), 10).empty());
   EXPECT_EQ(m_store.pending(dateFromSeconds(1060), 10).size(), 1u);
-
   m_store.setRead(id, "text on screen", std::nullopt);
   EXPECT_FALSE(m_store.capture(id)->lastError);
 
-  // A retry's description replaces the tags whole; highlights that can't be
-  // encoded are stored empty.
+  // A retry's description replaces the tags whole, a later embedding the vectors.
   m_store.setDescribed(id, {"A", "", CaptureKind::recipe, {"Soup", "Winter"}, {"hot"}, {}});
-  m_store.setDescribed(
-      id, {"A", "", CaptureKind::other, {"#Beta ", "alpha", "beta"}, {"bad \xff"}, {}});
-  const auto read = m_store.capture(id);
-  EXPECT_EQ(read->stage, CaptureStage::described);
-  EXPECT_EQ(read->tags, (Ids{"alpha", "beta"}));
-  EXPECT_TRUE(read->highlights.empty());
-
-  m_store.setEmbedding(id, "m1", {{VectorSpace::look, {1, 0}}, {VectorSpace::meaning, {0, 1}}});
+  m_store.setDescribed(id, {"A", "", CaptureKind::other, {"#Beta ", "beta", "\n#ÜBER\t"}, {}, {}});
+  EXPECT_EQ(m_store.capture(id)->tags, (Ids{"beta", "über"}));
+  m_store.setEmbedding(id, "m1", {{VectorSpace::look, {1, 0}}});
   m_store.setEmbedding(id, "m2", {{VectorSpace::look, {0.5f, 0.5f, 0.25f}}});
   EXPECT_EQ(m_store.capture(id)->stage, CaptureStage::embedded);
-  EXPECT_EQ(m_store.vector(id, VectorSpace::look), (std::vector<float>{0.5f, 0.5f, 0.25f}));
-  EXPECT_EQ(m_store.vectors("m1", VectorSpace::look).size(), 0u) << "the later vector replaced it";
-  EXPECT_EQ(m_store.vectors("m1", VectorSpace::meaning).size(), 1u);
+  EXPECT_EQ(m_store.vectors("m1", VectorSpace::look).size(), 0u);
 }
 
-TEST_F(LibraryStoreTest, RowMappingGivesDefaultsForMissingAndIllTypedCells) {
+TEST_F(LibraryStoreTest, IllTypedCellsReadAsDefaults) {
   {
     Database db(m_dir.path() / "library.sqlite");
-    db.execute(
-        "INSERT INTO captures (id, created_at, app, width, height, stage, kind, highlights, links, "
-        "favorite, media, duration, taken_at, title) VALUES ('" +
-        sampleID(1) +
-        "', 42, X'41', 'wide', 3.5, 'unknown', 'poem', 'not json', '[1, \"x\"]', 2, 'hologram', "
-        "'long', 5, X'00')");
+    db.execute("INSERT INTO captures (id, created_at, app, stage, links) VALUES ('" + sampleID(1) +
+               "', 42, X'41', 'unknown', '[1, \"x\"]')");
     db.execute("INSERT INTO vectors VALUES ('" + sampleID(1) +
                "', 'look', 'm', 9, X'00000000AABBCC')");
   }
   const auto read = m_store.capture(sampleID(1));
   ASSERT_TRUE(read);
-  EXPECT_EQ(secondsSince1970(read->createdAt), 42);
   EXPECT_EQ(read->app, "") << "a blob is no text";
-  EXPECT_EQ(read->width, 0);
-  EXPECT_EQ(read->height, 0) << "a double is no integer";
   EXPECT_EQ(read->stage, CaptureStage::captured);
-  EXPECT_FALSE(read->kind);
-  EXPECT_TRUE(read->highlights.empty());
   EXPECT_TRUE(read->links.empty()) << "an array with a number is not an array of strings";
-  EXPECT_TRUE(read->favorite);
-  EXPECT_EQ(read->media, CaptureMedia::screen);
-  EXPECT_FALSE(read->duration);
-  EXPECT_EQ(read->takenAt, dateFromSeconds(5));
-  EXPECT_FALSE(read->title);
   EXPECT_EQ(m_store.vector(sampleID(1), VectorSpace::look), std::vector<float>{0.0f})
       << "seven bytes hold one whole float";
-}
-
-TEST_F(LibraryStoreTest, DeleteRemovesTheRowAndItsCompanions) {
-  Capture capture = sampleCapture(1, 10);
-  capture.media = CaptureMedia::photo;
-  m_store.insert(capture);
-  m_store.setTags(capture.id, {"a"});
-  m_store.setEmbedding(capture.id, "m", {{VectorSpace::look, {1}}});
-  m_store.deleteCapture(capture.id);
-  EXPECT_FALSE(m_store.capture(capture.id));
-  EXPECT_EQ(scalar(m_dir.path(), "SELECT count(*) AS n FROM capture_tags"), 0);
-  EXPECT_EQ(scalar(m_dir.path(), "SELECT count(*) AS n FROM vectors"), 0);
-  EXPECT_TRUE(m_store.textSearch("window", 10).empty());
-  EXPECT_NO_THROW(m_store.deleteCapture(sampleID(2)));
 }
 
 TEST_F(LibraryStoreTest, IdsStartingWithAPrefixAreARangeWithoutWildcards) {
@@ -218,7 +138,7 @@ TEST_F(LibraryStoreTest, IdsStartingWithAPrefixAreARangeWithoutWildcards) {
   }
 }
 
-TEST_F(LibraryStoreTest, TextSearchFindsEveryIndexedFieldByPrefix) {
+TEST_F(LibraryStoreTest, TextSearchFindsEveryIndexedFieldByPrefixAndForgetsDeletedCaptures) {
   Capture a = sampleCapture(1, 10);
   a.url = "https://www.lisbon-guide.example/trams";
   m_store.insert(a);
@@ -227,21 +147,22 @@ TEST_F(LibraryStoreTest, TextSearchFindsEveryIndexedFieldByPrefix) {
   m_store.setRead(sampleID(2), "Invoice number 4471 from Acme", std::string("spoken words here"));
   m_store.setDescribed(sampleID(3),
                        {"Pastéis de nata", "Custard tarts", CaptureKind::food, {"baking"}, {}, {}});
-  m_store.setNote(sampleID(1), "remember the yellow tram");
 
   EXPECT_EQ(ids(m_store.textSearch("lisbon", 10)), Ids{sampleID(1)});
   EXPECT_EQ(ids(m_store.textSearch("invo 4471", 10)), Ids{sampleID(2)});
-  EXPECT_EQ(ids(m_store.textSearch("SPOKEN", 10)), Ids{sampleID(2)});
   EXPECT_EQ(ids(m_store.textSearch("pasteis", 10)), Ids{sampleID(3)}) << "diacritics are folded";
-  EXPECT_TRUE(m_store.textSearch("invoice tram", 10).empty()) << "every word must match";
-  EXPECT_EQ(m_store.textSearch("firefox", 2).size(), 2u) << "the app is indexed, and limited";
-  EXPECT_TRUE(m_store.textSearch("the page", 10).empty());
-  for (const char* hostile : {"\"", "NEAR(\"a\" \"b\")", "* OR *", "x' OR '1'='1", "\xff\xfe"}) {
-    EXPECT_NO_THROW(m_store.textSearch(hostile, 10)) << hostile;
-  }
+  EXPECT_TRUE(m_store.textSearch("invoice lisbon", 10).empty()) << "every word must match";
+  EXPECT_NO_THROW(m_store.textSearch("\" NEAR(a b) OR * x' OR '1'='1", 10));
   m_store.setTags(sampleID(3), {"Portugal"});
   EXPECT_EQ(ids(m_store.textSearch("portugal", 10)), Ids{sampleID(3)});
   EXPECT_TRUE(m_store.textSearch("baking", 10).empty()) << "the full-text row was rewritten";
+
+  m_store.setEmbedding(sampleID(3), "m", {{VectorSpace::look, {1}}});
+  m_store.deleteCapture(sampleID(3));
+  EXPECT_FALSE(m_store.capture(sampleID(3)));
+  EXPECT_TRUE(m_store.textSearch("portugal", 10).empty());
+  EXPECT_EQ(scalar(m_dir.path(), "SELECT count(*) AS n FROM capture_tags"), 0);
+  EXPECT_EQ(scalar(m_dir.path(), "SELECT count(*) AS n FROM vectors"), 0);
 }
 
 TEST_F(LibraryStoreTest, FullTextRowsStayOneACaptureWhenRowidsWereRenumbered) {
@@ -257,24 +178,18 @@ TEST_F(LibraryStoreTest, FullTextRowsStayOneACaptureWhenRowidsWereRenumbered) {
   const Ids notes = {"marmalade", "quince", "medlar"};
   for (int n = 1; n <= 3; ++n) m_store.setNote(sampleID(n), notes[n - 1]);
   for (const std::string& word : notes) EXPECT_EQ(m_store.textSearch(word, 10).size(), 1u) << word;
-  EXPECT_EQ(m_store.textSearch("window", 10).size(), 3u);
   m_store.deleteCapture(sampleID(2));
   EXPECT_TRUE(m_store.textSearch("quince", 10).empty());
   EXPECT_EQ(scalar(m_dir.path(), "SELECT count(*) AS n FROM captures_fts"), 2);
 }
 
-TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstAndCountsOfScreenSources) {
+TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstCountsOfScreenSourcesAndCollections) {
   Capture photo = sampleCapture(1, 10);
   photo.media = CaptureMedia::photo;
   photo.app = "Photos";
   Capture site = sampleCapture(2, 20);
   site.url = "https://www.example.org/";
-  Capture terminal = sampleCapture(3, 30);
-  terminal.app = "Terminal";
-  Capture older = terminal;
-  older.id = sampleID(4);
-  older.createdAt = dateFromSeconds(5);
-  for (const auto& capture : {photo, site, terminal, older}) m_store.insert(capture);
+  for (const auto& capture : {photo, site, sampleCapture(3, 30)}) m_store.insert(capture);
   m_store.insertCollection(collection("c1", 5));
   m_store.setCollection(sampleID(2), "c1");
   m_store.setFavorite(sampleID(3), true);
@@ -282,13 +197,12 @@ TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstAndCountsOfScreenSource
 
   using F = LibraryFilter;
   const std::vector<std::pair<LibraryFilter, Ids>> cases = {
-      {F::recent(), {sampleID(3), sampleID(2), sampleID(1), sampleID(4)}},
+      {F::recent(), {sampleID(3), sampleID(2), sampleID(1)}},
       {F::collection("c1"), {sampleID(2)}},
-      {F::unsorted(), {sampleID(3), sampleID(1), sampleID(4)}},
+      {F::unsorted(), {sampleID(3), sampleID(1)}},
       {F::favorites(), {sampleID(3)}},
       {F::kind(CaptureKind::place), {sampleID(1)}},
       {F::source("example.org"), {sampleID(2)}},
-      {F::source("Photos"), {sampleID(1)}},
       {F::since(dateFromSeconds(20)), {sampleID(3), sampleID(2)}},
       {F::media(CaptureMedia::photo), {sampleID(1)}},
   };
@@ -296,67 +210,15 @@ TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstAndCountsOfScreenSource
     EXPECT_EQ(ids(m_store.captures(10, filter)), expected);
   // An imported photo is no source of the screen.
   EXPECT_EQ(m_store.sourceCounts(30), (std::vector<std::pair<std::string, std::int64_t>>{
-                                          {"Terminal", 2}, {"example.org", 1}}));
-  EXPECT_EQ(m_store.mediaCounts(), (std::map<CaptureMedia, std::int64_t>{
-                                       {CaptureMedia::screen, 3}, {CaptureMedia::photo, 1}}));
-}
+                                          {"Firefox", 1}, {"example.org", 1}}));
 
-TEST_F(LibraryStoreTest, SmallWritesKeepNotesTagsAndFavorites) {
-  const std::string id = sampleID(1);
-  m_store.insert(sampleCapture(1, 10));
-  const std::string big(1 << 20, 'n');
-  const std::vector<std::pair<std::optional<std::string>, std::optional<std::string>>> notes = {
-      {"  \n\t ", std::nullopt}, {"  kept  ", "kept"}, {big, big}, {std::nullopt, std::nullopt}};
-  for (const auto& [note, kept] : notes) {
-    m_store.setNote(id, note);
-    EXPECT_EQ(m_store.capture(id)->note, kept);
-  }
-  m_store.setTags(id, {"Travel", "travel ", "#travel", "###", "\n#ÜBER\t", "a#b"});
-  EXPECT_EQ(m_store.capture(id)->tags, (Ids{"a#b", "travel", "über"}));
-  EXPECT_NO_THROW(m_store.setFavorite(sampleID(9), true));
-  EXPECT_THROW(m_store.setTags(sampleID(9), {"x"}), Database::Failure)
-      << "tags of a capture that doesn't exist break the foreign key";
-}
-
-TEST_F(LibraryStoreTest, CollectionsCountTheirCapturesAndStayUserNamed) {
-  for (const auto& [id, updatedAt] : {std::pair("old", 100), {"new", 200}, {"empty", 300}}) {
-    m_store.insertCollection(collection(id, updatedAt));
-  }
-  for (int n = 1; n <= 3; ++n) m_store.insert(sampleCapture(n, n));
-  m_store.setCollection(sampleID(1), "old");
-  m_store.setCollection(sampleID(2), "old");
-  m_store.moveCapture(sampleID(3), "new");
-  EXPECT_EQ(m_store.capture(sampleID(3))->stage, CaptureStage::captured)
-      << "a move keeps the stage";
-  EXPECT_EQ(m_store.capture(sampleID(1))->stage, CaptureStage::organized);
-
-  auto all = m_store.collections();
-  EXPECT_EQ(ids(all), (Ids{"empty", "new", "old"}));
-  EXPECT_EQ(all[2].count, 2);
-
-  m_store.renameCollection("old", "Mine", "🍋", 2, true);
-  m_store.renameCollection("old", "Automatic", "🤖", 3, false);
-  all = m_store.collections();
-  EXPECT_EQ(all[0].id, "old") << "a rename brings it to the top";
-  EXPECT_EQ(all[0].name, "Automatic");
-  EXPECT_TRUE(all[0].userNamed) << "once named by the user, always";
-  m_store.touchCollection("new");
-  EXPECT_EQ(m_store.collections()[0].id, "new");
-
-  m_store.dropEmptyCollections();
-  EXPECT_EQ(m_store.collections().size(), 2u);
-  for (int n = 1; n <= 3; ++n) m_store.deleteCapture(sampleID(n));
-  m_store.dropEmptyCollections();
-  EXPECT_TRUE(m_store.collections().empty());
-}
-
-TEST(LibraryStore, DefaultRootFollowsXdgDataHome) {
-  ::setenv("XDG_DATA_HOME", "/data/home", 1);
-  EXPECT_EQ(LibraryStore::defaultRoot(), "/data/home/Brindlemoor");
-  ::setenv("XDG_DATA_HOME", "relative", 1);  // ignored, as the base directory rules say
-  EXPECT_EQ(LibraryStore::defaultRoot(),
-            std::filesystem::path(std::getenv("HOME")) / ".local/share/Brindlemoor");
-  ::unsetenv("XDG_DATA_HOME");
+  m_store.insertCollection(collection("c2", 9));
+  EXPECT_EQ(ids(m_store.collections()), (Ids{"c2", "c1"})) << "the latest updated first";
+  EXPECT_EQ(m_store.collections()[1].count, 1);
+  m_store.renameCollection("c1", "Mine", "🍋", 2, true);
+  m_store.renameCollection("c1", "Automatic", "🤖", 3, false);
+  EXPECT_EQ(m_store.collections()[0].id, "c1") << "a rename brings it to the top";
+  EXPECT_TRUE(m_store.collections()[0].userNamed) << "once named by the user, always";
 }
 
 }  // namespace

@@ -23,21 +23,18 @@ ChildProcess::ChildProcess(const std::filesystem::path& program,
     if (equals != std::string::npos) variables[text.substr(0, equals)] = text.substr(equals + 1);
   }
   for (const auto& [name, value] : environment) {
-    if (value.empty()) {
+    if (value.empty())
       variables.erase(name);
-    } else {
+    else
       variables[name] = value;
-    }
   }
-  std::vector<std::string> envStrings;
+  std::vector<std::string> envStrings, argStrings{program.string()};
   for (const auto& [name, value] : variables) envStrings.push_back(name + "=" + value);
-  std::vector<char*> envp;
-  for (auto& text : envStrings) envp.push_back(text.data());
-  envp.push_back(nullptr);
-  std::vector<std::string> argStrings{program.string()};
   argStrings.insert(argStrings.end(), args.begin(), args.end());
-  std::vector<char*> argv;
+  std::vector<char*> envp, argv;
+  for (auto& text : envStrings) envp.push_back(text.data());
   for (auto& text : argStrings) argv.push_back(text.data());
+  envp.push_back(nullptr);
   argv.push_back(nullptr);
 
   int out[2], err[2];

@@ -68,12 +68,11 @@ ImitationOllama::ImitationOllama() : m_server(std::make_unique<httplib::Server>(
   server.Post("/api/embed", [this](const Request& request, Response& response) {
     std::optional<json> body;
     if (answered(request, response) || !(body = bodyForModel(request, response))) return;
-    std::lock_guard lock(m_mutex);
     json embeddings = json::array();
     for (const json& input : body->value("input", json::array())) {
       const bool plain = input.is_string();
       std::vector<float> vector =
-          embeddingOf(plain ? input.get<std::string>() : input.value("text", ""), m_dimension);
+          embeddingOf(plain ? input.get<std::string>() : input.value("text", ""), 768);
       if (!plain && input.contains("image")) addWord(vector, input["image"].get<std::string>());
       embeddings.push_back(vector);
     }
@@ -104,7 +103,7 @@ ImitationOllama::~ImitationOllama() {
     std::lock_guard lock(m_mutex);
     m_stopping = true;
   }
-  m_changed.notify_all();
+  m_stoppingChanged.notify_all();
   m_server->stop();
   m_thread.join();
 }
@@ -125,29 +124,6 @@ void ImitationOllama::setReply(std::string text) {
 void ImitationOllama::setReply(Responder responder) {
   std::lock_guard lock(m_mutex);
   m_responder = std::move(responder);
-}
-
-void ImitationOllama::setDimension(int dimension) {
-  std::lock_guard lock(m_mutex);
-  m_dimension = dimension;
-}
-
-void ImitationOllama::holdPull() {
-  std::lock_guard lock(m_mutex);
-  m_holdPull = true;
-}
-
-void ImitationOllama::releasePull() {
-  {
-    std::lock_guard lock(m_mutex);
-    m_holdPull = false;
-  }
-  m_changed.notify_all();
-}
-
-bool ImitationOllama::pullHeld() const {
-  std::lock_guard lock(m_mutex);
-  return m_pullHeld;
 }
 
 std::vector<float> ImitationOllama::embeddingOf(std::string_view text, int dimension) {
@@ -211,9 +187,9 @@ bool ImitationOllama::answered(const httplib::Request& request, httplib::Respons
   return true;
 }
 
-bool ImitationOllama::pause(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds duration,
-                            const std::function<bool()>& done) {
-  m_changed.wait_for(lock, duration, [&] { return m_stopping || (done && done()); });
+bool ImitationOllama::pause(std::unique_lock<std::mutex>& lock,
+                            std::chrono::milliseconds duration) {
+  m_stoppingChanged.wait_for(lock, duration, [this] { return m_stopping; });
   return !m_stopping;
 }
 
@@ -231,27 +207,18 @@ std::optional<json> ImitationOllama::bodyForModel(const httplib::Request& reques
 }
 
 void ImitationOllama::servePull(httplib::Response& response) {
-  response.set_chunked_content_provider("application/x-ndjson", [this](std::size_t,
-                                                                       httplib::DataSink& sink) {
-    for (std::size_t i = 0; i < kPullLines.size(); ++i) {
-      // Held before the line goes out, so that whoever reads the line
-      // already sees the stream waiting.
-      std::unique_lock lock(m_mutex);
-      const bool hold = i == 0 && m_holdPull;
-      m_pullHeld = hold;
-      lock.unlock();
-      const std::string line = kPullLines[i] + "\n";
-      if (!sink.write(line.data(), line.size())) return false;
-      if (hold) {
-        lock.lock();
-        const bool going = pause(lock, std::chrono::seconds(10), [this] { return !m_holdPull; });
-        m_pullHeld = false;
-        if (!going) return false;
-      }
-    }
-    sink.done();
-    return true;
-  });
+  response.set_chunked_content_provider("application/x-ndjson",
+                                        [this](std::size_t, httplib::DataSink& sink) {
+                                          for (const std::string& line : kPullLines) {
+                                            const std::string text = line + "\n";
+                                            if (!sink.write(text.data(), text.size())) return false;
+                                            // Lines come apart, as a download's progress does.
+                                            std::unique_lock lock(m_mutex);
+                                            if (!pause(lock, kPullPause)) return false;
+                                          }
+                                          sink.done();
+                                          return true;
+                                        });
 }
 
 ClosedPort::ClosedPort() : m_socket(::socket(AF_INET, SOCK_STREAM, 0)), m_port(0) {

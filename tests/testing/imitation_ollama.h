@@ -3,12 +3,12 @@
 // over real HTTP without a daemon or a model on the machine. It listens on a
 // free loopback port from construction to destruction.
 //
-// It answers /api/version ("0.40.0"), /api/tags (the models it has), /api/generate (the
-// reply it was given), /api/embed (embeddingOf() of each input, never of unit
-// length, so that the client's normalisation shows) and /api/pull (a chunked
-// stream: a manifest line, three of progress, "success"). generate and embed
-// answer 404 with the daemon's words for a model it does not have ("x"
-// stands for "x:latest").
+// It answers /api/version ("0.40.0"), /api/tags (the models it has),
+// /api/generate (the reply it was given), /api/embed (embeddingOf() of each
+// input in 768 dimensions, never of unit length, so that the client's
+// normalisation shows) and /api/pull (a chunked stream: a manifest line, three
+// of progress, "success", kPullPause apart). generate and embed answer 404 with the daemon's
+// words for a model it does not have ("x" stands for "x:latest").
 //
 // Every member may be called from any thread, also while requests are being
 // served; each request sees the settings as they were when it arrived.
@@ -39,10 +39,11 @@ class ImitationOllama {
  public:
   // What /api/generate answers with, given the request's JSON body.
   using Responder = std::function<std::string(const nlohmann::json& request)>;
+  static constexpr std::chrono::milliseconds kPullPause{25};
 
   // Starts serving; throws std::runtime_error when no port can be had.
   ImitationOllama();
-  // Stops serving; requests still waiting (a delay, a held pull) end at once.
+  // Stops serving; requests still waiting (a delay, a pull) end at once.
   ~ImitationOllama();
   ImitationOllama(const ImitationOllama&) = delete;
   ImitationOllama& operator=(const ImitationOllama&) = delete;
@@ -55,15 +56,6 @@ class ImitationOllama {
   // The text of every generation, or one made from each request; "" unless set.
   void setReply(std::string text);
   void setReply(Responder responder);
-  // The length of the embedding vectors; 768 unless set.
-  void setDimension(int dimension);
-
-  // Pull streams stop after their first line until releasePull(), or ten
-  // seconds at most; pullHeld() is true from just before that line is sent
-  // until the stream goes on.
-  void holdPull();
-  void releasePull();
-  bool pullHeld() const;
 
   // The vector /api/embed gives for `text`: each word (letters and digits,
   // lower-cased) adds a weight of 2 to 4 at a place given by its hash, so
@@ -96,8 +88,7 @@ class ImitationOllama {
   // there is one; false when the request is still to be answered.
   bool answered(const httplib::Request& request, httplib::Response& response);
   // Waits up to `duration`, less if the server stops; false if it stopped.
-  bool pause(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds duration,
-             const std::function<bool()>& done = nullptr);
+  bool pause(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds duration);
   // The JSON body of a request that names a model the imitation has; else
   // the daemon's refusal is answered and nothing is returned.
   std::optional<nlohmann::json> bodyForModel(const httplib::Request& request,
@@ -109,13 +100,10 @@ class ImitationOllama {
   int m_port = 0;
 
   mutable std::mutex m_mutex;
-  std::condition_variable m_changed;  // stopping, or a held pull released
-  bool m_stopping = false;            // guarded by m_mutex, as is all below
+  std::condition_variable m_stoppingChanged;
+  bool m_stopping = false;  // guarded by m_mutex, as is all below
   std::vector<std::string> m_models;
   Responder m_responder;
-  int m_dimension = 768;
-  bool m_holdPull = false;
-  bool m_pullHeld = false;
   std::map<std::string, Fixed> m_fixed;
   std::chrono::milliseconds m_delay{0};
   std::map<std::string, std::string> m_bodies;

@@ -117,18 +117,8 @@ void drawFrame(AVFrame* frame, const TestVideo& video, int index) {
   frame->pts = index;
 }
 
-}  // namespace
-
-Sound tone(double seconds, double hertz, int sampleRate) {
-  Sound sound{sampleRate, {}};
-  const auto count = static_cast<std::size_t>(seconds * sampleRate);
-  for (std::size_t i = 0; i < count; ++i) {
-    sound.samples.push_back(static_cast<std::int16_t>(
-        16000 * std::sin(2 * std::numbers::pi * hertz * static_cast<double>(i) / sampleRate)));
-  }
-  return sound;
-}
-
+// A 16-bit mono PCM WAV file with the plain header of 44 bytes that
+// `espeak-ng -w` writes. Throws std::runtime_error when the file isn't one.
 Sound readWav(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   const std::string bytes((std::istreambuf_iterator<char>(file)), {});
@@ -147,25 +137,35 @@ Sound readWav(const std::filesystem::path& path) {
   return sound;
 }
 
+}  // namespace
+
+Sound tone(double seconds, double hertz, int sampleRate) {
+  Sound sound{sampleRate, {}};
+  const auto count = static_cast<std::size_t>(seconds * sampleRate);
+  for (std::size_t i = 0; i < count; ++i) {
+    sound.samples.push_back(static_cast<std::int16_t>(
+        16000 * std::sin(2 * std::numbers::pi * hertz * static_cast<double>(i) / sampleRate)));
+  }
+  return sound;
+}
+
 std::vector<std::uint8_t> blackPng(int width, int height) {
   std::vector<std::uint8_t> png{0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
-  const auto chunk = [&](const char* type, const std::vector<std::uint8_t>& data) {
-    const auto size = static_cast<std::uint32_t>(data.size());
+  const auto bigEndian = [](std::vector<std::uint8_t>& into, std::uint32_t value) {
     for (int shift = 24; shift >= 0; shift -= 8)
-      png.push_back(static_cast<std::uint8_t>(size >> shift));
+      into.push_back(static_cast<std::uint8_t>(value >> shift));
+  };
+  const auto chunk = [&](const char* type, const std::vector<std::uint8_t>& data) {
+    bigEndian(png, static_cast<std::uint32_t>(data.size()));
     const std::size_t start = png.size();
     png.insert(png.end(), type, type + 4);
     png.insert(png.end(), data.begin(), data.end());
-    const auto crc = static_cast<std::uint32_t>(
-        crc32(0, png.data() + start, static_cast<uInt>(png.size() - start)));
-    for (int shift = 24; shift >= 0; shift -= 8)
-      png.push_back(static_cast<std::uint8_t>(crc >> shift));
+    bigEndian(png, static_cast<std::uint32_t>(
+                       crc32(0, png.data() + start, static_cast<uInt>(png.size() - start))));
   };
   std::vector<std::uint8_t> header;
-  for (const int side : {width, height}) {
-    for (int shift = 24; shift >= 0; shift -= 8)
-      header.push_back(static_cast<std::uint8_t>(side >> shift));
-  }
+  bigEndian(header, static_cast<std::uint32_t>(width));
+  bigEndian(header, static_cast<std::uint32_t>(height));
   header.insert(header.end(), {1, 0, 0, 0, 0});  // 1 bit, grey, deflate, no filter, no interlace
   chunk("IHDR", header);
 

@@ -22,11 +22,6 @@ struct Sound {
 // A sine tone at half of full scale.
 Sound tone(double seconds, double hertz, int sampleRate = 16000);
 
-// A 16-bit mono PCM WAV file with the plain header of 44 bytes that both
-// `espeak-ng -w` and our own export write. Throws std::runtime_error when the
-// file isn't one.
-Sound readWav(const std::filesystem::path& path);
-
 // `words` as espeak-ng says them, in the voice and pace that the recogniser
 // followed best of those we tried; the WAV is written in `directory`.
 // Throws std::runtime_error when espeak-ng fails.

@@ -7,7 +7,6 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "core/agents/mcp_server.h"
 #include "core/presentation/capture_text.h"
 #include "core/store/library_store.h"
 #include "tests/testing/child_process.h"
@@ -22,9 +21,6 @@ using nlohmann::json;
 using testing::sampleCapture;
 using testing::sampleID;
 
-const json kParseError = {
-    {"jsonrpc", "2.0"}, {"id", nullptr}, {"error", {{"code", -32700}, {"message", "Parse error"}}}};
-
 class McpProcess : public ::testing::Test {
  protected:
   // A described lemon tart filed in "Tart Evenings", and a capture only read.
@@ -34,12 +30,7 @@ class McpProcess : public ::testing::Test {
                             dateFromSeconds(2), 0, 0, false});
     store.insert(sampleCapture(1, 1700000000));
     store.setRead(sampleID(1), "lemon tart with cream", std::nullopt);
-    store.setDescribed(sampleID(1), {"Lemon tart",
-                                     "A tart.",
-                                     CaptureKind::recipe,
-                                     {"baking"},
-                                     {"with cream"},
-                                     {"https://example.com/tart"}});
+    store.setDescribed(sampleID(1), {"Lemon tart", "A tart.", CaptureKind::recipe, {}, {}, {}});
     store.setCollection(sampleID(1), sampleID(100));
     store.insert(sampleCapture(2, 1700000100));
     store.setRead(sampleID(2), "quarterly figures", std::nullopt);
@@ -68,46 +59,19 @@ class McpProcess : public ::testing::Test {
 };
 
 TEST_F(McpProcess, AnswersEachRequestOnALineOfItsOwnUntilTheInputEnds) {
-  keepTart();
-  testing::ChildProcess server = run(
-      std::string(
-          R"({"jsonrpc":"2.0","id":1,"method":"initialize","params":{"protocolVersion":"2025-06-18"}})"
-          "\n"
-          R"({"jsonrpc":"2.0","method":"notifications/initialized"})"
-          "\n\n") +
-      R"({"jsonrpc":"2.0","id":3,"method":"ping","params":{"pad":")" +
-      std::string(17 * 1024 * 1024, 'x') + "\"}}\n" +
-      R"({"jsonrpc":"2.0","id":2,"method":"tools/call","params":{"name":"search_brindlemoor","arguments":{"query":"lemon"}}})"
-      "\n"
-      R"({"jsonrpc":"2.0","id":"last","method":"ping"})");  // no newline at the end
+  testing::ChildProcess server =
+      run(std::string(R"({"jsonrpc":"2.0","method":"notifications/initialized"})"
+                      "\n\n") +
+          R"({"jsonrpc":"2.0","id":3,"method":"ping","params":{"pad":")" +
+          std::string(17 * 1024 * 1024, 'x') + "\"}}\n" +
+          R"({"jsonrpc":"2.0","id":"last","method":"ping"})");  // no newline at the end
   ASSERT_EQ(server.wait(), 0) << server.err();
-  EXPECT_EQ(server.err(), "");
-
-  std::vector<json> replies;
-  std::istringstream lines(server.out());
-  for (std::string line; std::getline(lines, line);) replies.push_back(json::parse(line));
-  EXPECT_TRUE(server.out().ends_with("\n"));
-  ASSERT_EQ(replies.size(), 5u) << server.out().substr(0, 2000);
-  EXPECT_EQ(replies[0]["result"]["serverInfo"],
-            json({{"name", "brindlemoor"}, {"version", BRINDLEMOOR_VERSION}}));
-  EXPECT_EQ(replies[1], kParseError) << "the blank line";
-  EXPECT_EQ(replies[2], kParseError) << "the line too long to read, skipped unread";
-  EXPECT_EQ(replies[3]["id"], 2);
-  EXPECT_TRUE(replies[3]["result"]["content"][0]["text"].get<std::string>().starts_with(
-      "Brindlemoor for “lemon” (1):"));
-  EXPECT_EQ(replies[4], json({{"jsonrpc", "2.0"}, {"id", "last"}, {"result", json::object()}}));
-}
-
-TEST_F(McpProcess, ALibraryThatCantBeOpenedEndsItWithTheReason) {
-  std::ofstream(m_home.path() / "blocker") << "not a directory";
-  m_data = m_home.path() / "blocker";
-  testing::ChildProcess server = run(R"({"jsonrpc":"2.0","id":1,"method":"ping"})"
-                                     "\n");
-  EXPECT_EQ(server.wait(), 1);
-  EXPECT_EQ(server.out(), "");
-  EXPECT_TRUE(server.err().starts_with("Brindlemoor cannot open its library at " +
-                                       (m_data / "Brindlemoor").string() + ": "))
-      << server.err();
+  const json parseError = {{"jsonrpc", "2.0"},
+                           {"id", nullptr},
+                           {"error", {{"code", -32700}, {"message", "Parse error"}}}};
+  const json pong = {{"jsonrpc", "2.0"}, {"id", "last"}, {"result", json::object()}};
+  // The blank line, and the line too long to read, skipped unread.
+  EXPECT_EQ(server.out(), parseError.dump() + "\n" + parseError.dump() + "\n" + pong.dump() + "\n");
 }
 
 TEST_F(McpProcess, TheOfficialClientNegotiatesListsAndCallsEveryTool) {
@@ -123,8 +87,6 @@ TEST_F(McpProcess, TheOfficialClientNegotiatesListsAndCallsEveryTool) {
 
   EXPECT_EQ(summary["serverInfo"],
             json({{"name", "brindlemoor"}, {"version", BRINDLEMOOR_VERSION}}));
-  EXPECT_EQ(summary["capabilities"], json({{"tools", {{"listChanged", false}}}}));
-  EXPECT_EQ(summary["instructions"], MCPServer::instructions);
   EXPECT_EQ(summary["tools"], json::parse(R"([
     {"name": "search_brindlemoor", "properties": ["limit", "query"], "required": ["query"]},
     {"name": "recent_captures", "properties": ["collection", "kind", "limit"], "required": []},

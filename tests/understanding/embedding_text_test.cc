@@ -2,52 +2,29 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace brindlemoor {
 namespace {
 
-TEST(EmbeddingText, DocumentJoinsAppAndTitleThenTheNonEmptyTextsInOrder) {
-  EXPECT_EQ(EmbeddingText::document(Capture{}), "title: none | text: ");
+TEST(EmbeddingText, DocumentMeaningAndQueryTexts) {
+  std::string flags;  // a flag is one user-perceived character of eight bytes
+  for (int i = 0; i < 1300; ++i) flags += "🇩🇪";
   Capture capture;
-  capture.app = "Notes";  // the display title falls back to the app, which then stands twice
-  EXPECT_EQ(EmbeddingText::document(capture), "title: Notes — Notes | text: ");
-  capture.app = "";
-  capture.windowTitle = "Untitled 3";
-  EXPECT_EQ(EmbeddingText::document(capture), "title: Untitled 3 | text: ");
-
   capture.app = "Safari";
   capture.title = "Espresso";
   capture.summary = "How to pull a shot.";
   capture.tags = {"coffee", "espresso"};
   capture.note = "";
-  capture.transcript = "grind finer";
+  capture.transcript = flags;
   capture.ocrText = "18 g in, 36 g out";
   EXPECT_EQ(EmbeddingText::document(capture),
-            "title: Safari — Espresso | text: How to pull a shot.\ncoffee, espresso\ngrind finer\n"
-            "18 g in, 36 g out");
-}
+            "title: Safari — Espresso | text: How to pull a shot.\ncoffee, espresso\n" +
+                flags.substr(0, 1200 * 8) + "\n18 g in, 36 g out");
 
-TEST(EmbeddingText, DocumentCutsLongTextsTo1200CharactersWithoutEllipsis) {
-  Capture capture;
-  capture.ocrText = std::string(5000, 'x');
-  std::string flags;  // a flag is one user-perceived character of eight bytes
-  for (int i = 0; i < 1300; ++i) flags += "🇩🇪";
-  capture.transcript = flags;
-  EXPECT_EQ(EmbeddingText::document(capture),
-            "title: none | text: " + flags.substr(0, 1200 * 8) + "\n" + std::string(1200, 'x'));
-}
-
-TEST(EmbeddingText, MeaningHoldsTitleTopicsAndNoteAndAQueryFollowsTheSearchConvention) {
-  Capture capture;
-  capture.title = "Espresso";
-  capture.tags = {"coffee", "drink"};
+  // The meaning holds title, topics and note alone; a query follows the
+  // search convention.
   capture.note = "try this";
-  capture.summary = "left out";
-  capture.ocrText = "left out";
   EXPECT_EQ(EmbeddingText::meaning(capture),
-            "title: none | text: Espresso. Topics: coffee, drink. try this");
-  EXPECT_EQ(EmbeddingText::meaning(Capture{}), "title: none | text: ");
+            "title: none | text: Espresso. Topics: coffee, espresso. try this");
   EXPECT_EQ(EmbeddingText::query("refund policy"), "task: search result | query: refund policy");
 }
 

@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
-#include <optional>
-#include <string>
+#include <numeric>
 #include <thread>
 #include <tuple>
-#include <vector>
 
 #include "tests/testing/failure_of.h"
 #include "tests/testing/imitation_ollama.h"
@@ -34,159 +31,102 @@ class OllamaClientTest : public ::testing::Test {
   json lastJson(const std::string& path) const {
     return json::parse(m_ollama.lastBody(path).value_or("null"));
   }
-  Strings headerNames(const std::string& path) const {
-    Strings names;
-    for (const auto& [name, value] : m_ollama.lastHeaders(path)) names.push_back(name);
-    return names;
-  }
   std::string generate(const std::string& prompt, double timeout = 120) const {
     return m_client.generate(kVision, prompt, std::nullopt, {}, false, 80, timeout);
   }
-  std::vector<Call> pull() const {
-    std::vector<Call> calls;
-    m_client.pull(kVision, [&](auto... call) { calls.emplace_back(call...); });
-    return calls;
+  // Pulls, adding each report to m_calls.
+  void pull() {
+    m_client.pull(kVision, [&](auto... call) { m_calls.emplace_back(call...); });
   }
 
   ImitationOllama m_ollama;
   OllamaClient m_client{m_ollama.host()};
+  std::vector<Call> m_calls;
 };
 
 TEST(OllamaClientHost, ReadsOllamaHostAsOllamasOwnToolsDo) {
   const std::vector<std::pair<const char*, std::string>> cases = {
-      {nullptr, "http://127.0.0.1:11434"},
       {" 'example.com:8080' ", "http://example.com:8080"},
-      {"https://example.com", "https://example.com:443"},
-      {"https://example.com:9000/ollama", "https://example.com:9000/ollama"},
       {"::1", "http://[::1]:11434"},
-      {"example.com:99999", "http://example.com:11434"},
   };
   const char* const old = std::getenv("OLLAMA_HOST");
   const std::optional<std::string> kept = old ? std::optional<std::string>(old) : std::nullopt;
   for (const auto& [setting, host] : cases) {
-    setting ? setenv("OLLAMA_HOST", setting, 1) : unsetenv("OLLAMA_HOST");
-    EXPECT_EQ(OllamaClient::defaultHost(), host) << "OLLAMA_HOST=" << (setting ? setting : "unset");
-    EXPECT_EQ(OllamaClient().host(), host);
+    setenv("OLLAMA_HOST", setting, 1);
+    EXPECT_EQ(OllamaClient().host(), host) << "OLLAMA_HOST=" << setting;
   }
   kept ? setenv("OLLAMA_HOST", kept->c_str(), 1) : unsetenv("OLLAMA_HOST");
 }
 
 TEST_F(OllamaClientTest, VersionAndModelsReadOnlyWhatIsWellTyped) {
   EXPECT_EQ(OllamaClient(m_ollama.host() + "/").version(), "0.40.0");
-  EXPECT_EQ(headerNames("/api/version"), Strings{"Host"});
-  m_ollama.answer("/api/version", 200, R"({"version": 40})");
-  EXPECT_EQ(failureOf([&] { m_client.version(); }), Failure::badReply("no version"));
 
-  m_ollama.setModels({kVision, kEmbedding, "llava:latest"});
-  EXPECT_EQ(m_client.models(), (Strings{kVision, kEmbedding, "llava:latest"}));
   m_ollama.answer("/api/tags", 200,
                   R"({"models": [{"name": "a"}, {"name": 3}, {}, "b", {"name": "c"}]})");
   EXPECT_EQ(m_client.models(), (Strings{"a", "c"}));
-  m_ollama.answer("/api/tags", 200, "{}");
-  EXPECT_TRUE(m_client.models().empty());
 
   EXPECT_TRUE(OllamaClient::has("qwen3.5", {"llava:latest", "qwen3.5:latest"}));
   EXPECT_FALSE(OllamaClient::has("qwen3.5:4b", {"qwen3.5"}));
   EXPECT_FALSE(OllamaClient::has("qwen3.5", {"qwen3.5:4b"}));
 }
 
-TEST_F(OllamaClientTest, GenerateSendsTheWholeBodyWithContentTypeAsItsOnlyHeader) {
+TEST_F(OllamaClientTest, GenerateSendsTheWholeBodyOfAnySizeOrFailsWithTheDaemonsWords) {
+  EXPECT_STREQ(failureOf([&] { generate("p"); }).what(),
+               "Ollama answered 404: model \"qwen3.5:4b\" not found, try pulling it first");
   m_ollama.setModels({kVision});
   m_ollama.setReply(R"({"title": "A kept page"})");
-  const std::vector<Bytes> images = {Bytes{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'}, Bytes{'a'},
-                                     Bytes{'a', 'b'}};
-  EXPECT_EQ(
-      m_client.generate(kVision, "Describe this.", "You describe screens.", images, true, 700, 180),
-      R"({"title": "A kept page"})");
-  const json body = lastJson("/api/generate");
-  EXPECT_EQ(body, json::parse(R"({
+  EXPECT_EQ(m_client.generate(kVision, "Describe this.", "You describe screens.",
+                              {Bytes{'a'}, Bytes{'a', 'b'}}, true, 700, 180),
+            R"({"title": "A kept page"})");
+  const json expected = json::parse(R"({
       "model": "qwen3.5:4b", "prompt": "Describe this.", "system": "You describe screens.",
-      "images": ["iVBORw0KGgo=", "YQ==", "YWI="], "format": "json", "stream": false,
+      "images": ["YQ==", "YWI="], "format": "json", "stream": false,
       "think": false, "keep_alive": "10m",
-      "options": {"temperature": 0.2, "num_predict": 700, "num_ctx": 8192}})"));
-  // The daemon refuses 700.0 where it expects an integer.
-  EXPECT_TRUE(body["options"]["num_predict"].is_number_integer());
-  EXPECT_TRUE(body["options"]["num_ctx"].is_number_integer());
-  EXPECT_EQ(headerNames("/api/generate"), (Strings{"Content-Length", "Content-Type", "Host"}));
-  EXPECT_EQ(m_ollama.lastHeaders("/api/generate")["Content-Type"], "application/json");
+      "options": {"temperature": 0.2, "num_predict": 700, "num_ctx": 8192}})");
+  // As text, because the daemon refuses 700.0 where it expects an integer.
+  EXPECT_EQ(lastJson("/api/generate").dump(), expected.dump());
 
-  m_ollama.setReply("Recipes");
-  EXPECT_EQ(generate("Name it."), "Recipes");
-  for (const char* absent : {"system", "images", "format"}) {
-    EXPECT_FALSE(lastJson("/api/generate").contains(absent)) << absent;
-  }
-}
+  // A body this large is where libcurl would otherwise ask "Expect: 100-continue".
+  std::string text;
+  for (int i = 0; text.size() < 10'000'000; ++i) text += "line " + std::to_string(i) + " «é»\n";
+  m_ollama.setReply(text);
+  EXPECT_EQ(generate(text.substr(0, 3'000'000)), text);
+  EXPECT_EQ(lastJson("/api/generate")["prompt"], text.substr(0, 3'000'000));
+  EXPECT_FALSE(m_ollama.lastHeaders("/api/generate").contains("Expect"));
 
-TEST_F(OllamaClientTest, GenerateFailsOnAMissingModelOrAMissingResponse) {
-  const Failure missing = failureOf([&] { generate("p"); });
-  EXPECT_EQ(missing.kind(), Failure::Kind::server);
-  EXPECT_STREQ(missing.what(),
-               "Ollama answered 404: model \"qwen3.5:4b\" not found, try pulling it first");
   m_ollama.answer("/api/generate", 200, R"({"done": true, "response": null})");
   EXPECT_EQ(failureOf([&] { generate("p"); }), Failure::badReply("no response text"));
 }
 
-// A body this large is where libcurl would otherwise ask "Expect: 100-continue".
-TEST_F(OllamaClientTest, GenerateCarriesLargeBodiesWholeWithoutExpectContinue) {
-  m_ollama.setModels({kVision});
-  std::string text;
-  for (int i = 0; text.size() < 10'000'000; ++i) text += "line " + std::to_string(i) + " «é»\n";
-  m_ollama.setReply(text);
-  const std::string prompt = text.substr(0, 3'000'000);
-  EXPECT_EQ(generate(prompt), text);
-  EXPECT_EQ(lastJson("/api/generate")["prompt"], prompt);
-  EXPECT_EQ(headerNames("/api/generate"), (Strings{"Content-Length", "Content-Type", "Host"}));
-}
-
-TEST_F(OllamaClientTest, EmbedSendsOneArrayAndGivesUnitVectorsInTheDaemonsDirectionsKeepingZeros) {
+TEST_F(OllamaClientTest, EmbedSendsOneArrayAndGivesUnitVectorsKeepingZeros) {
   m_ollama.setModels({kEmbedding});
-  m_ollama.setDimension(32);
-  const auto vectors = m_client.embed(kEmbedding,
-                                      {{.text = "red apples and green pears"},
-                                       {},
-                                       {.text = "a caption", .image = Bytes{'a'}},
-                                       {.image = Bytes{0xFF, 0xFE, 0xFD, 0x00, 0x01}}},
-                                      60);
+  const auto vectors = m_client.embed(
+      kEmbedding, {{.text = "red apples and green pears"}, {}, {.text = "a", .image = Bytes{'a'}}},
+      60);
   EXPECT_EQ(lastJson("/api/embed"), json::parse(R"({"model": "embeddinggemma-2:440m",
-      "input": ["red apples and green pears", {}, {"image": "YQ==", "text": "a caption"}, {"image": "//79AAE="}],
+      "input": ["red apples and green pears", {}, {"image": "YQ==", "text": "a"}],
       "keep_alive": "10m"})"));
-  EXPECT_EQ(m_ollama.lastHeaders("/api/embed")["Content-Type"], "application/json");
 
-  ASSERT_EQ(vectors.size(), 4u);
-  const std::vector<float> sent = ImitationOllama::embeddingOf("red apples and green pears", 32);
-  double length = 0;
-  for (const float x : sent) length += static_cast<double>(x) * x;
-  length = std::sqrt(length);
+  ASSERT_EQ(vectors.size(), 3u);
+  const std::vector<float> sent = ImitationOllama::embeddingOf("red apples and green pears", 768);
+  const double length = std::sqrt(std::inner_product(sent.begin(), sent.end(), sent.begin(), 0.0));
   ASSERT_GT(length, 2.0);  // so that the client had something to normalise
-  ASSERT_EQ(vectors[0].size(), 32u);
-  for (std::size_t k = 0; k < 32; ++k) EXPECT_NEAR(vectors[0][k], sent[k] / length, 1e-6);
-  EXPECT_EQ(vectors[1], std::vector<float>(32, 0.0f));
+  ASSERT_EQ(vectors[0].size(), sent.size());
+  for (std::size_t k = 0; k < sent.size(); ++k) EXPECT_NEAR(vectors[0][k], sent[k] / length, 1e-6);
+  EXPECT_EQ(vectors[1], std::vector<float>(sent.size(), 0.0f));
 
-  for (const char* reply : {R"({"embeddings": [[1], [1], [1]]})",
-                            R"({"embeddings": [[1, 0], [1, "0"]]})", R"({"embeddings": "[]"})"}) {
-    m_ollama.answer("/api/embed", 200, reply);
-    EXPECT_STREQ(failureOf([&] {
-                   m_client.embed(kEmbedding, {{.text = "a"}, {.text = "b"}}, 60);
-                 }).what(),
-                 "Unexpected reply from Ollama: expected 2 embeddings")
-        << reply;
-  }
+  m_ollama.answer("/api/embed", 200, R"({"embeddings": [[1, 0], [1, "0"]]})");
+  EXPECT_EQ(failureOf([&] {
+              m_client.embed(kEmbedding, {{.text = "a"}, {.text = "b"}}, 60);
+            }),
+            Failure::badReply("expected 2 embeddings"));
 }
 
-TEST_F(OllamaClientTest, EveryUnusableAnswerFailsWithItsOwnWords) {
+TEST_F(OllamaClientTest, UnusableAnswersFailWithBoundedValidWords) {
   std::string deep;
   for (int i = 0; i < 100'000; ++i) deep += R"({"a":)";
   deep += "1" + std::string(100'000, '}');
-  const std::string notObject = "Unexpected reply from Ollama: not a JSON object";
-  struct Case {
-    int status;
-    std::string body;
-    std::string words;
-  };
-  const std::vector<Case> cases = {
-      {500, R"({"error": "boom"})", "Ollama answered 500: boom"},
-      // An error member that is not text is no message: the body is.
-      {503, R"({"error": 7})", R"(Ollama answered 503: {"error": 7})"},
+  const std::vector<std::tuple<int, std::string, std::string>> cases = {
       // A stray byte, an overlong start, a truncated four-byte character and
       // an encoded surrogate, between valid characters that must survive.
       {500, "\xFFok\xE0\x80 \xF0\x90\x80z \xED\xA0\x80 é€😀",
@@ -194,58 +134,40 @@ TEST_F(OllamaClientTest, EveryUnusableAnswerFailsWithItsOwnWords) {
       // The 200-byte cut falls inside "é": its first byte alone is repaired.
       {502, std::string(199, 'a') + "é and more",
        "Ollama answered 502: " + std::string(199, 'a') + "\uFFFD"},
-      {500, deep, "Ollama answered 500: " + deep.substr(0, 200)},
-      {200, "[1,2]", notObject},
-      {200, "{\"version\": \"1\"", notObject},
-      {200, deep, notObject},
+      {200, deep, "Unexpected reply from Ollama: not a JSON object"},
   };
-  for (const Case& c : cases) {
-    m_ollama.answer("/api/version", c.status, c.body, "text/plain");
-    EXPECT_EQ(failureOf([&] { m_client.version(); }).what(), c.words) << c.body.substr(0, 20);
+  for (const auto& [status, body, words] : cases) {
+    m_ollama.answer("/api/version", status, body, "text/plain");
+    EXPECT_EQ(failureOf([&] { m_client.version(); }).what(), words) << body.substr(0, 20);
   }
   m_ollama.answer("/api/tags", 200, "{\"models\": []" + std::string(65 << 20, ' ') + "}");
   EXPECT_EQ(failureOf([&] { m_client.models(); }), Failure::badReply("reply larger than 64 MiB"));
 }
 
-TEST(OllamaClientRequest, AClosedPortIsUnreachableInLibcurlsWords) {
+TEST_F(OllamaClientTest, AClosedPortOrTheCallersTimeoutIsUnreachableInLibcurlsWords) {
   const ClosedPort closed;
-  const Failure failure = failureOf([&] { OllamaClient(closed.host()).version(); });
-  EXPECT_EQ(failure.kind(), Failure::Kind::unreachable);
-  const std::string refused =
-      "Failed to connect to 127.0.0.1 port " + closed.host().substr(closed.host().rfind(':') + 1);
-  EXPECT_TRUE(failure.message().starts_with(refused)) << failure.message();
-  EXPECT_EQ(failure.what(), "Ollama is not reachable (" + failure.message() + ")");
+  const Failure refused = failureOf([&] { OllamaClient(closed.host()).version(); });
+  EXPECT_EQ(refused.kind(), Failure::Kind::unreachable);
+  EXPECT_TRUE(refused.message().starts_with("Failed to connect to 127.0.0.1 port " +
+                                            closed.host().substr(closed.host().rfind(':') + 1)))
+      << refused.message();
 
-  // A pull lets the transport failure pass as libcurl says it.
-  try {
-    OllamaClient(closed.host()).pull(kVision, [](auto...) {});
-    ADD_FAILURE() << "the pull did not fail";
-  } catch (const Failure& failure) {
-    ADD_FAILURE() << "a transport failure became " << failure.what();
-  } catch (const brindlemoor::Failure& failure) {
-    EXPECT_TRUE(std::string(failure.what()).starts_with(refused)) << failure.what();
-  }
-}
-
-TEST_F(OllamaClientTest, GivesUpAfterTheCallersTimeout) {
   m_ollama.setModels({kVision});
   m_ollama.setDelay(std::chrono::seconds(20));
-  const Failure failure = failureOf([&] { generate("p", 0.5); });
-  EXPECT_EQ(failure.kind(), Failure::Kind::unreachable);
-  EXPECT_NE(failure.message().find("timed out"), std::string::npos) << failure.message();
+  const Failure late = failureOf([&] { generate("p", 0.5); });
+  EXPECT_EQ(late.kind(), Failure::Kind::unreachable);
+  EXPECT_NE(late.message().find("timed out"), std::string::npos) << late.message();
 }
 
 TEST_F(OllamaClientTest, ServesOverlappingCallsFromManyThreads) {
   m_ollama.setModels({kVision});
-  m_ollama.setReply(
-      [](const json& request) { return "re: " + request["prompt"].get<std::string>(); });
+  m_ollama.setReply([](const json& request) { return request["prompt"].get<std::string>(); });
   std::vector<std::thread> threads;
   std::vector<int> right(8, 0);
   for (int t = 0; t < 8; ++t) {
     threads.emplace_back([&, t] {
-      for (int i = 0; i < 5; ++i) {
-        const std::string prompt = "prompt " + std::to_string(t) + "." + std::to_string(i);
-        right[t] += generate(prompt, 60) == "re: " + prompt;
+      for (int i = t * 5; i < t * 5 + 5; ++i) {
+        right[t] += generate(std::to_string(i), 60) == std::to_string(i);
       }
     });
   }
@@ -253,49 +175,33 @@ TEST_F(OllamaClientTest, ServesOverlappingCallsFromManyThreads) {
   EXPECT_EQ(right, std::vector<int>(8, 5));
 }
 
-TEST_F(OllamaClientTest, PullReportsEachObjectLineAsItComes) {
-  m_ollama.holdPull();
-  std::vector<bool> heldAtCall;
-  m_client.pull(kVision, [&](auto...) {
-    heldAtCall.push_back(m_ollama.pullHeld());
-    m_ollama.releasePull();
-  });
-  EXPECT_EQ(heldAtCall, (std::vector<bool>{true, false, false, false, false}))
-      << "the first line was reported only after the stream ended";
+TEST_F(OllamaClientTest, PullReportsEachObjectLineAsItComesUntilAnError) {
+  std::vector<std::chrono::steady_clock::time_point> times;
+  m_client.pull(kVision, [&](auto...) { times.push_back(std::chrono::steady_clock::now()); });
+  ASSERT_EQ(times.size(), 5u);
+  EXPECT_GE(times.back() - times.front(), 4 * ImitationOllama::kPullPause)
+      << "the lines were reported only after the stream ended";
   EXPECT_EQ(lastJson("/api/pull"), json::parse(R"({"model": "qwen3.5:4b", "stream": true})"));
-  EXPECT_EQ(m_ollama.lastHeaders("/api/pull")["Content-Type"], "application/json");
-  EXPECT_EQ(pull(), (std::vector<Call>{{0, 0, "pulling manifest"},
-                                       {0, 3000, "pulling 8eeb52dfb3bb"},
-                                       {1500, 3000, "pulling 8eeb52dfb3bb"},
-                                       {3000, 3000, "pulling 8eeb52dfb3bb"},
-                                       {0, 0, "success"}}));
 
   m_ollama.answer("/api/pull", 200,
                   "pulling, and this is not JSON\n"
                   R"({"status": "one", "completed": 5, "total": 10})"
                   "\n[1, 2]\n" +
                       std::string(100'000, '[') + "\n\n" +
-                      R"({"status": 2, "completed": "7", "total": 1.5})"
-                      "\n"
-                      R"({"status": "two", "completed": 2e3, "total": 4000})",
+                      R"({"status": 2, "completed": "7", "total": 1.5})",
                   "application/x-ndjson");
-  EXPECT_EQ(pull(), (std::vector<Call>{{5, 10, "one"}, {0, 0, ""}, {2000, 4000, "two"}}));
-}
+  pull();
+  EXPECT_EQ(m_calls, (std::vector<Call>{{5, 10, "one"}, {0, 0, ""}}));
 
-TEST_F(OllamaClientTest, PullFailsAtALineThatReportsAnErrorOrOnAnyStatusButTwoHundred) {
+  // It fails at a line that reports an error, or on any status but 200.
   m_ollama.answer("/api/pull", 200,
                   "{\"status\": \"pulling manifest\"}\n{\"error\": \"no space\"}\n"
                   "{\"status\": \"success\"}\n",
                   "application/x-ndjson");
-  std::vector<Call> calls;
-  const auto pull = [&] { m_client.pull(kVision, [&](auto... c) { calls.emplace_back(c...); }); };
-  EXPECT_STREQ(failureOf(pull).what(), "Ollama answered 200: no space");
-  EXPECT_EQ(calls, (std::vector<Call>{{0, 0, "pulling manifest"}}));
-
-  calls.clear();
+  EXPECT_STREQ(failureOf([&] { pull(); }).what(), "Ollama answered 200: no space");
+  EXPECT_EQ(m_calls.back(), (Call{0, 0, "pulling manifest"}));
   m_ollama.answer("/api/pull", 500, R"({"error": "disk on fire"})");
-  EXPECT_EQ(failureOf(pull), Failure::server(500, "pull qwen3.5:4b"));
-  EXPECT_TRUE(calls.empty());
+  EXPECT_EQ(failureOf([&] { pull(); }), Failure::server(500, "pull qwen3.5:4b"));
 }
 
 }  // namespace

@@ -19,8 +19,6 @@ const call = async (name, args) => answer(await client.callTool({ name, argument
 
 const summary = {
   serverInfo: client.getServerVersion(),
-  capabilities: client.getServerCapabilities(),
-  instructions: client.getInstructions(),
   tools: (await client.listTools()).tools.map((tool) => ({
     name: tool.name,
     properties: Object.keys(tool.inputSchema.properties ?? {}).sort(),

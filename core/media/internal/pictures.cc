@@ -65,6 +65,10 @@ void start() {
   std::call_once(once, [] {
     if (VIPS_INIT("brindlemoor") != 0) throw Failure("libvips did not start");
     vips_cache_set_max(0);
+    // We run one picture per thread, and a batch import gives every core a
+    // file of its own; libvips's workers on top of that would only compete
+    // with those threads for the same cores.
+    vips_concurrency_set(1);
     // Pictures come from the web and from any file the user drops; the
     // loaders libvips doesn't vouch for (ImageMagick's above all, which
     // reads scripts and documents as pictures) never see them.

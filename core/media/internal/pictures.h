@@ -27,9 +27,10 @@ class Failure : public brindlemoor::Failure {
 };
 
 // Starts libvips once per process, with its operation cache off so that
-// memory stays bounded by the pictures in hand, its untrusted loaders
-// blocked, and its warnings silenced: what goes wrong reaches the caller as
-// a failure. Throws Failure if libvips does not start.
+// memory stays bounded by the pictures in hand, one worker thread to a
+// picture (callers parallelise by picture), its untrusted loaders blocked,
+// and its warnings silenced: what goes wrong reaches the caller as a
+// failure. Throws Failure if libvips does not start.
 void start();
 
 // Throws Failure when a picture of `width` by `height` has more than

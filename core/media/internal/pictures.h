@@ -51,9 +51,9 @@ class PictureSource {
 
   // The first image of the picture turned upright by its orientation tag,
   // scaled so that its longest side is at most `maxPixel`, never enlarged,
-  // and decoded into memory. Decoders shrink on load where they can, so a
-  // large JPEG is never decoded at full size for a small result. Throws
-  // Failure when the picture is damaged or cut short.
+  // and decoded into memory (a JPEG's turn is made as the result is read).
+  // Decoders shrink on load where they can, and a large JPEG is never held
+  // at full size. Throws Failure when the picture is damaged or cut short.
   vips::VImage scaled(int maxPixel) const;
 
  private:
@@ -64,8 +64,9 @@ class PictureSource {
   vips::VImage m_header;
 };
 
-// A decoded picture scaled so that its longest side is at most `maxPixel`,
-// never enlarged, and decoded into memory. Throws Failure.
+// A decoded picture as opaqueRgb() gives it, scaled with a linear kernel so
+// that its longest side is at most `maxPixel`, never enlarged, and in
+// memory. Throws Failure.
 vips::VImage fitted(const vips::VImage& image, int maxPixel);
 
 // The picture as 8-bit sRGB, transparency laid on white, as JPEG holds it.

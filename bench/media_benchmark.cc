@@ -12,6 +12,7 @@
 #include "bench/one_at_a_time.h"
 #include "core/library/files.h"
 #include "core/media/media_importer.h"
+#include "core/media/picture_memory.h"
 #include "core/store/library_store.h"
 #include "tests/testing/media_files.h"
 #include "tests/testing/temp_dir.h"
@@ -105,6 +106,7 @@ BENCHMARK(BM_ImportVideo60s1080p)->Apply([](benchmark::internal::Benchmark* b) {
 }  // namespace brindlemoor
 
 int main(int argc, char** argv) {
+  brindlemoor::keepPictureMemory();
   if (VIPS_INIT(argv[0]) != 0) return 1;
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

@@ -39,8 +39,7 @@ RowReducer::RowReducer(int from, int to, int bands) : m_from(from), m_to(to), m_
   m_row.resize(static_cast<std::size_t>(from + 2 * m_pad) * bands + 4);
   std::vector<double> weights(static_cast<std::size_t>(m_taps));
   for (int x = 0; x < to; ++x) {
-    // Centres line up: the first and last output pixels sit as far inside
-    // the row as the first and last input pixels.
+    // Each output pixel is centred on the stretch of input it stands for.
     const double centre = (x + 0.5) * shrink - 0.5;
     const int low = static_cast<int>(std::floor(centre - shrink)) + 1;
     const int high = static_cast<int>(std::ceil(centre + shrink)) - 1;

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdint>
 #include <utility>
+#include <vector>
 #include <vips/vips8>
 
 namespace brindlemoor {

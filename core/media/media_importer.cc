@@ -132,9 +132,9 @@ Imported photo(const std::filesystem::path& path, Date now) {
     const VImage working = source.scaled(kWorkingPixels);
     std::optional<Bytes> image = Thumbnailer::jpeg(working, kWorkingQuality);
     // The thumbnail comes from the file's decoded pixels, not from the JPEG
-    // just made. Scaling the working picture down costs a quarter of decoding
-    // the file again, which for a large JPEG is mostly entropy decoding that
-    // no shrink on load avoids.
+    // just made. Scaling the working picture down costs less than a tenth of
+    // decoding the file again, which for a large JPEG is mostly entropy
+    // decoding that no shrink on load avoids.
     std::optional<Bytes> thumbnail = Thumbnailer::jpeg(
         Pictures::fitted(working, Thumbnailer::kThumbnailPixels), Thumbnailer::kThumbnailQuality);
     if (!image || !thumbnail) throw Failure::unreadable(name, "the picture can't be encoded");

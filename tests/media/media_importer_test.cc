@@ -9,6 +9,7 @@
 #include <vips/vips8>
 
 #include "core/media/contact_sheet.h"
+#include "core/media/thumbnailer.h"
 #include "tests/testing/media_files.h"
 #include "tests/testing/pictures.h"
 #include "tests/testing/temp_dir.h"
@@ -182,26 +183,36 @@ TEST_F(MediaImporterInNewYork, PhotoHasItsCaptureFieldsAndPictures) {
 
 TEST(MediaImporterPhoto, IsTurnedUprightAndNeverEnlarged) {
   testing::TempDir dir;
-  VImage stored = halves(400, 200).copy();
-  stored.set("orientation", 6);  // shown turned a quarter clockwise: the red left half on top
-  stored.jpegsave((dir.path() / "turned.jpg").c_str());
-  const MediaImporter::Imported imported = MediaImporter::photo(dir.path() / "turned.jpg", kNow);
-  EXPECT_EQ(imported.capture.width, 200);
-  const VImage image = decoded(imported.image);
-  expectColour(image, 100, 50, {255, 0, 0});
-  expectColour(image, 100, 350, {0, 0, 255});
-  expectColour(decoded(imported.thumbnail), 100, 50, {255, 0, 0});
-  EXPECT_EQ(decoded(imported.thumbnail).width(), 200);
+  // One small enough to keep its size, one reduced as it is read.
+  for (const int length : {400, 3200}) {
+    VImage stored = halves(length, length / 2).copy();
+    stored.set("orientation", 6);  // shown turned a quarter clockwise: the red left half on top
+    const auto path = dir.path() / ("turned-" + std::to_string(length) + ".jpg");
+    stored.jpegsave(path.c_str());
+    const MediaImporter::Imported imported = MediaImporter::photo(path, kNow);
+    const int height = std::min(length, MediaImporter::kWorkingPixels);
+    EXPECT_EQ(imported.capture.width, height / 2);
+    const VImage image = decoded(imported.image);
+    EXPECT_EQ(image.height(), height);
+    expectColour(image, height / 4, height / 4, {255, 0, 0});
+    expectColour(image, height / 4, height * 3 / 4, {0, 0, 255});
+    const VImage thumbnail = decoded(imported.thumbnail);
+    EXPECT_EQ(thumbnail.height(), std::min(height, Thumbnailer::kThumbnailPixels));
+    expectColour(thumbnail, thumbnail.width() / 2, thumbnail.height() / 4, {255, 0, 0});
+  }
 }
 
 TEST(MediaImporterBadInput, PhotosThatGiveNoPictureAreUnreadable) {
   testing::TempDir dir;
   std::ofstream{dir.path() / "empty.jpg"};
-  halves(600, 400).jpegsave((dir.path() / "cut.jpg").c_str());
-  cutInHalf(dir.path() / "cut.jpg");
+  // The small photo is decoded whole, the large one reduced as it is read.
+  for (const auto& [name, width] : {std::pair{"cut.jpg", 600}, {"cut-large.jpg", 3000}}) {
+    halves(width, width * 2 / 3).jpegsave((dir.path() / name).c_str());
+    cutInHalf(dir.path() / name);
+  }
   std::ofstream(dir.path() / "notes.jpg") << "Just some notes, not a picture.\n";
   writeFile(dir.path() / "huge.png", testing::blackPng(50'000, 50'000));
-  for (const char* name : {"empty.jpg", "cut.jpg", "notes.jpg", "huge.png"}) {
+  for (const char* name : {"empty.jpg", "cut.jpg", "cut-large.jpg", "notes.jpg", "huge.png"}) {
     const auto failure = failureOf([&] { MediaImporter::load(dir.path() / name, kNow); });
     EXPECT_EQ(failure, MediaImporter::Failure::unreadable(name));
     EXPECT_EQ(std::string(failure.what()).rfind(std::string("Couldn't read ") + name, 0), 0u)

@@ -27,9 +27,10 @@ class Failure : public brindlemoor::Failure {
 };
 
 // Starts libvips once per process, with its operation cache off so that
-// memory stays bounded by the pictures in hand, its untrusted loaders
-// blocked, and its warnings silenced: what goes wrong reaches the caller as
-// a failure. Throws Failure if libvips does not start.
+// memory stays bounded by the pictures in hand, one worker thread to a
+// picture (callers parallelise by picture), its untrusted loaders blocked,
+// and its warnings silenced: what goes wrong reaches the caller as a
+// failure. Throws Failure if libvips does not start.
 void start();
 
 // Throws Failure when a picture of `width` by `height` has more than
@@ -50,9 +51,9 @@ class PictureSource {
 
   // The first image of the picture turned upright by its orientation tag,
   // scaled so that its longest side is at most `maxPixel`, never enlarged,
-  // and decoded into memory. Decoders shrink on load where they can, so a
-  // large JPEG is never decoded at full size for a small result. Throws
-  // Failure when the picture is damaged or cut short.
+  // and decoded into memory (a JPEG's turn is made as the result is read).
+  // Decoders shrink on load where they can, and a large JPEG is never held
+  // at full size. Throws Failure when the picture is damaged or cut short.
   vips::VImage scaled(int maxPixel) const;
 
  private:
@@ -63,8 +64,9 @@ class PictureSource {
   vips::VImage m_header;
 };
 
-// A decoded picture scaled so that its longest side is at most `maxPixel`,
-// never enlarged, and decoded into memory. Throws Failure.
+// A decoded picture as opaqueRgb() gives it, scaled with a linear kernel so
+// that its longest side is at most `maxPixel`, never enlarged, and in
+// memory. Throws Failure.
 vips::VImage fitted(const vips::VImage& image, int maxPixel);
 
 // The picture as 8-bit sRGB, transparency laid on white, as JPEG holds it.

@@ -25,7 +25,8 @@ sanitized: deps
 test: build sanitized
 	@scripts/install-test-node-modules
 	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
-	@cd $(SANITIZED) && ctest --output-on-failure -j $(JOBS)
+	@cd $(SANITIZED) && LSAN_OPTIONS=suppressions=$(CURDIR)/tests/leaks.supp \
+	  UBSAN_OPTIONS=print_stacktrace=1 ctest --output-on-failure -j $(JOBS)
 
 run: build
 	@scripts/run-sample $(BUILD)

@@ -53,10 +53,24 @@ class LibraryStoreTest : public ::testing::Test {
 TEST(LibraryStore, OpensAPrivateRootOrFailsOnOneThatCannotBeMade) {
   testing::TempDir dir;
   const auto root = dir.path() / "deep" / "Brindlemoor";
+  const auto mode = [](const std::filesystem::path& path) {
+    struct stat info {};
+    EXPECT_EQ(::stat(path.c_str(), &info), 0) << path;
+    return info.st_mode & 0777;
+  };
+  // A library left open to others by an earlier version is narrowed.
+  std::filesystem::create_directories(root / "thumbs");
+  ::chmod(root.c_str(), 0755);
+  ::chmod((root / "thumbs").c_str(), 0755);
+  { LibraryStore store(root); }
   LibraryStore store(root);
-  struct stat info {};
-  ASSERT_EQ(::stat(root.c_str(), &info), 0);
-  EXPECT_EQ(info.st_mode & 0777, 0700u) << "the library holds pictures of the screen";
+  store.insert(sampleCapture(1, 1));  // the write-ahead log is made now
+  for (const char* folder : {"", "captures", "thumbs", "media"}) {
+    EXPECT_EQ(mode(root / folder), 0700u) << "the library holds pictures of the screen";
+  }
+  for (const char* file : {"library.sqlite", "library.sqlite-wal", "library.sqlite-shm"}) {
+    EXPECT_EQ(mode(root / file), 0600u) << file;
+  }
   EXPECT_EQ(scalar(root, kVersion), 2);
 
   std::ofstream(dir.path() / "file") << "x";

@@ -140,6 +140,12 @@ TEST_F(OllamaClientTest, UnusableAnswersFailWithBoundedValidWords) {
     m_ollama.answer("/api/version", status, body, "text/plain");
     EXPECT_EQ(failureOf([&] { m_client.version(); }).what(), words) << body.substr(0, 20);
   }
+  // A value past a float's range would make every element NaN.
+  m_ollama.answer("/api/embed", 200, R"({"embeddings": [[1e39, 0.5]]})");
+  EXPECT_EQ(failureOf([&] {
+              m_client.embed("e", {{"x", std::nullopt}}, 5);
+            }),
+            Failure::badReply("an embedding holds a value that is not a finite number"));
   m_ollama.answer("/api/tags", 200, "{\"models\": []" + std::string(65 << 20, ' ') + "}");
   EXPECT_EQ(failureOf([&] { m_client.models(); }), Failure::badReply("reply larger than 64 MiB"));
 }

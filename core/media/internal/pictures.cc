@@ -1,7 +1,5 @@
 #include "core/media/internal/pictures.h"
 
-#include <vips/vector.h>
-
 #include <algorithm>
 #include <cmath>
 #include <mutex>
@@ -115,10 +113,6 @@ void start() {
     // loaders libvips doesn't vouch for (ImageMagick's above all, which
     // reads scripts and documents as pictures) never see them.
     vips_block_untrusted_set(TRUE);
-    // libvips's run-time code generator maps the code it writes from a file
-    // under the home folder; on a full disk that mapping ends the process
-    // with SIGBUS. The plain C paths are fast enough for what we do.
-    vips_vector_set_enabled(FALSE);
     // A damaged picture reaches the caller as a failure; libvips's warnings
     // about it would only be noise on the terminal.
     g_log_set_handler(

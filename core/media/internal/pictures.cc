@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "core/media/internal/column_reducer.h"
 #include "core/media/internal/row_reducer.h"
 
 namespace brindlemoor::Pictures {
@@ -38,41 +39,43 @@ int jpegShrink(const VImage& header, int maxPixel) {
   return shrink;
 }
 
-// Strips of this many lines pass from libvips to the row reducer: enough to
+// Strips of this many lines pass from libvips to the reducers: enough to
 // keep the decoder's calls few, little enough to stay in the cache.
 constexpr int kStripLines = 16;
 
 // An 8-bit picture of 1 to 4 bands in memory, scaled with a linear kernel as
 // wide as the reduction so that its longest side is at most `maxPixel`,
 // never enlarged, with the picture's metadata (its orientation among them).
-// libvips reduces the columns, vectorised; the rows are reduced here (see
-// RowReducer) strip by strip as they come out of it, straight into the new
-// picture's memory, so nothing is held at full size. Throws vips::VError
-// when the picture can't be decoded.
+// Its rows are reduced here (see ColumnReducer and RowReducer) strip by strip
+// as libvips decodes them, straight into the new picture's memory, so nothing
+// is held at full size. Throws vips::VError when the picture can't be
+// decoded.
 VImage reduced(const VImage& image, int maxPixel) {
   const double scale = static_cast<double>(maxPixel) / std::max(image.width(), image.height());
   if (scale >= 1) return image.copy_memory();
   const int width = std::max(1, static_cast<int>(std::lround(image.width() * scale)));
   const int height = std::max(1, static_cast<int>(std::lround(image.height() * scale)));
-  const VImage columns = image.reducev(static_cast<double>(image.height()) / height,
-                                       VImage::option()->set("kernel", VIPS_KERNEL_LINEAR));
   VImage out(vips_image_new_memory());
-  if (vips_image_pipelinev(out.get_image(), VIPS_DEMAND_STYLE_ANY, columns.get_image(), nullptr) !=
+  if (vips_image_pipelinev(out.get_image(), VIPS_DEMAND_STYLE_ANY, image.get_image(), nullptr) !=
       0) {
     throw vips::VError();
   }
-  vips_image_init_fields(out.get_image(), width, height, columns.bands(), columns.format(),
-                         columns.coding(), columns.interpretation(), columns.xres(),
-                         columns.yres());
+  vips_image_init_fields(out.get_image(), width, height, image.bands(), image.format(),
+                         image.coding(), image.interpretation(), image.xres(), image.yres());
   if (vips_image_write_prepare(out.get_image()) != 0) throw vips::VError();
-  RowReducer rows(columns.width(), width, columns.bands());
-  const auto strip = vips::VRegion::new_from_image(columns);
-  for (int top = 0; top < height; top += kStripLines) {
-    const int lines = std::min(kStripLines, height - top);
-    strip.prepare(0, top, columns.width(), lines);
-    for (int y = top; y < top + lines; ++y) {
-      rows.reduce(strip.addr(0, y), VIPS_IMAGE_ADDR(out.get_image(), 0, y));
+  ColumnReducer columns(image.height(), height,
+                        static_cast<std::size_t>(image.width()) * image.bands());
+  RowReducer rows(image.width(), width, image.bands());
+  const auto strip = vips::VRegion::new_from_image(image);
+  int next = 0;  // the next row of `image` for the column reducer
+  for (int y = 0; y < height; ++y) {
+    for (; next <= columns.lastRowFor(y); ++next) {
+      if (next % kStripLines == 0) {
+        strip.prepare(0, next, image.width(), std::min(kStripLines, image.height() - next));
+      }
+      columns.add(strip.addr(0, next));
     }
+    rows.reduce(columns.reduce(y), VIPS_IMAGE_ADDR(out.get_image(), 0, y));
   }
   return out;
 }

@@ -5,15 +5,12 @@
 #endif
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <stdexcept>
 #include <string>
 
 namespace brindlemoor {
 namespace {
-
-constexpr int kOne = 1 << 14;
 
 #if defined(__SSE2__)
 // Four bytes from `bytes` in the low lane; the pixel's own are the first.
@@ -26,45 +23,13 @@ __m128i loadPixel(const std::uint8_t* bytes) {
 
 }  // namespace
 
-RowReducer::RowReducer(int from, int to, int bands) : m_from(from), m_to(to), m_bands(bands) {
-  if (to < 1 || to > from || bands < 1 || bands > 4) {
-    throw std::invalid_argument("RowReducer: no reduction of " + std::to_string(from) + " to " +
-                                std::to_string(to) + " pixels of " + std::to_string(bands) +
-                                " bands");
+RowReducer::RowReducer(int from, int to, int bands)
+    : m_from(from), m_to(to), m_bands(bands), m_kernel(from, to), m_pad(m_kernel.taps()) {
+  if (bands < 1 || bands > 4) {
+    throw std::invalid_argument("RowReducer: no pixels of " + std::to_string(bands) + " bands");
   }
-  const double shrink = static_cast<double>(from) / to;
-  // Pixels closer than `shrink` to an output pixel's centre weigh on it, at
-  // most floor(2 * shrink) + 1 of them; the count is made even for pairs.
-  m_taps = (static_cast<int>(std::floor(2 * shrink)) + 2) / 2 * 2;
-  m_pad = m_taps;
-  m_first.resize(static_cast<std::size_t>(to));
-  m_weights.assign(static_cast<std::size_t>(to) * m_taps, 0);
   // Four bytes are read for each pixel, whatever its bands.
-  m_row.resize(static_cast<std::size_t>(from + 2 * m_pad) * bands + 4);
-  std::vector<double> weights(static_cast<std::size_t>(m_taps));
-  for (int x = 0; x < to; ++x) {
-    // Each output pixel is centred on the stretch of input it stands for.
-    const double centre = (x + 0.5) * shrink - 0.5;
-    const int low = static_cast<int>(std::floor(centre - shrink)) + 1;
-    const int high = static_cast<int>(std::ceil(centre + shrink)) - 1;
-    double sum = 0;
-    for (int i = low; i <= high; ++i) {
-      weights[static_cast<std::size_t>(i - low)] = 1 - std::abs(i - centre) / shrink;
-      sum += weights[static_cast<std::size_t>(i - low)];
-    }
-    std::int16_t* fixed = &m_weights[static_cast<std::size_t>(x) * m_taps];
-    int total = 0;
-    int largest = 0;
-    for (int k = 0; k <= high - low; ++k) {
-      fixed[k] =
-          static_cast<std::int16_t>(std::lround(weights[static_cast<std::size_t>(k)] / sum * kOne));
-      total += fixed[k];
-      if (fixed[k] > fixed[largest]) largest = k;
-    }
-    // Rounding's remainder goes where it changes the shape least.
-    fixed[largest] = static_cast<std::int16_t>(fixed[largest] + kOne - total);
-    m_first[static_cast<std::size_t>(x)] = low + m_pad;
-  }
+  m_row.resize(static_cast<std::size_t>(from + 2 * m_pad) * static_cast<std::size_t>(bands) + 4);
 }
 
 void RowReducer::reduce(const std::uint8_t* in, std::uint8_t* out) {
@@ -90,23 +55,25 @@ template <int Bands>
 void RowReducer::reduceBands(std::uint8_t* out) const {
 #if !defined(__SSE2__)
   // The same sums one band at a time, where there is no SSE2.
-  const std::int16_t* weights = m_weights.data();
-  for (int x = 0; x < m_to; ++x, out += Bands, weights += m_taps) {
-    const std::uint8_t* pixel = m_row.data() + static_cast<std::ptrdiff_t>(m_first[x]) * Bands;
+  for (int x = 0; x < m_to; ++x, out += Bands) {
+    const std::uint8_t* pixel =
+        m_row.data() + static_cast<std::ptrdiff_t>(m_kernel.first(x) + m_pad) * Bands;
+    const std::int16_t* weights = m_kernel.weights(x);
     for (int band = 0; band < Bands; ++band) {
-      std::int32_t sum = kOne / 2;
-      for (int k = 0; k < m_taps; ++k) sum += weights[k] * pixel[k * Bands + band];
+      std::int32_t sum = LinearKernel::kOne / 2;
+      for (int k = 0; k < m_kernel.taps(); ++k) sum += weights[k] * pixel[k * Bands + band];
       out[band] = static_cast<std::uint8_t>(std::clamp(sum >> 14, 0, 255));
     }
   }
 #else
   const __m128i zero = _mm_setzero_si128();
-  const __m128i half = _mm_set1_epi32(kOne / 2);
-  const std::int16_t* weights = m_weights.data();
+  const __m128i half = _mm_set1_epi32(LinearKernel::kOne / 2);
   for (int x = 0; x < m_to; ++x, out += Bands) {
-    const std::uint8_t* pixel = m_row.data() + static_cast<std::ptrdiff_t>(m_first[x]) * Bands;
+    const std::uint8_t* pixel =
+        m_row.data() + static_cast<std::ptrdiff_t>(m_kernel.first(x) + m_pad) * Bands;
+    const std::int16_t* weights = m_kernel.weights(x);
     __m128i sums = half;
-    for (int k = 0; k < m_taps; k += 2, pixel += 2 * Bands, weights += 2) {
+    for (int k = 0; k < m_kernel.taps(); k += 2, pixel += 2 * Bands, weights += 2) {
       // Two pixels' bands interleaved as 16-bit pairs (a0 b0 a1 b1 ...), one
       // pair of weights for each: the multiply-add sums both into each band.
       const __m128i pairs =

@@ -1,11 +1,8 @@
-// RowReducer shrinks rows of 8-bit pixels to fewer pixels with a triangle
-// filter as wide as the reduction, the pixels at the ends standing in for
-// those beyond them: the linear kernel of libvips's reduceh. In the libvips
-// we build on, reduceh is a scalar loop per band and tap that took an
-// imported photo about as long as decoding it; here two input pixels of up
-// to four bands are weighed in one SSE2 multiply-add. Weights are 14-bit
-// fixed point summing to one exactly, so a flat colour stays exactly that
-// colour.
+// RowReducer shrinks rows of 8-bit pixels to fewer pixels with libvips's
+// linear kernel (see LinearKernel). In the libvips we build on, its reduceh
+// is a scalar loop per band and tap that took an imported photo about as
+// long as decoding it; here two input pixels of up to four bands are weighed
+// in one SSE2 multiply-add.
 //
 // Thread rules: a RowReducer keeps a row of scratch space, so each is used
 // by one thread at a time.
@@ -13,6 +10,8 @@
 
 #include <cstdint>
 #include <vector>
+
+#include "core/media/internal/linear_kernel.h"
 
 namespace brindlemoor {
 
@@ -32,11 +31,9 @@ class RowReducer {
   int m_from;
   int m_to;
   int m_bands;
-  int m_taps;                // input pixels weighed for each output pixel, an even number
-  int m_pad;                 // copies of each end pixel beyond it in m_row
-  std::vector<int> m_first;  // the first of them in m_row, for each output pixel
-  std::vector<std::int16_t> m_weights;  // m_taps for each output pixel
-  std::vector<std::uint8_t> m_row;      // the input row with its ends repeated
+  LinearKernel m_kernel;
+  int m_pad;                        // copies of each end pixel beyond it in m_row
+  std::vector<std::uint8_t> m_row;  // the input row with its ends repeated
 };
 
 }  // namespace brindlemoor

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "core/media/ocr_thread_limit.h"
+#include "core/media/picture_memory.h"
 #include "tools/cli/commands.h"
 
 namespace {
@@ -29,6 +30,8 @@ constexpr const char* kHelp =
 
 int main(int argc, char* argv[]) {
   brindlemoor::requireOcrThreadLimit(argv);
+  // After the re-exec above, so that the setting is the running process's.
+  brindlemoor::keepPictureMemory();
   using namespace brindlemoor::cli;
   const std::vector<std::string> args(argv + std::min(argc, 2), argv + argc);
   const std::string command = argc > 1 ? argv[1] : "";

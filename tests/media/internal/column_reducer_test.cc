@@ -1,12 +1,14 @@
 #include "core/media/internal/column_reducer.h"
 
 #include <gtest/gtest.h>
-#include <vips/vector.h>
 
 #include <cstdint>
 #include <utility>
 #include <vector>
 #include <vips/vips8>
+
+// After vips8, which declares what it needs.
+#include <vips/vector.h>
 
 #include "core/media/internal/pictures.h"
 

@@ -6,28 +6,21 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <exception>
-#include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
 
 #include "core/understanding/base64.h"
-#include "core/understanding/untrusted_json.h"
-#include "core/understanding/utf8.h"
-#include "core/model/vector_math.h"
+#include "core/understanding/internal/ollama_reply.h"
 
 namespace brindlemoor {
 
 using nlohmann::json;
+namespace OllamaReply = internal::OllamaReply;
 
 namespace {
 
-// The most of a reply body we hold. Replies to generate and embed are a few
-// hundred kilobytes at most; this leaves room for very long lists of inputs.
-constexpr std::size_t kMaxReplyBytes = std::size_t{64} << 20;
-constexpr const char* kMaxReplyWords = "reply larger than 64 MiB";
 // The most of one line of a pull stream we hold; the daemon's lines are tiny.
 constexpr std::size_t kMaxPullLineBytes = std::size_t{1} << 20;
 
@@ -236,42 +229,13 @@ json request(const std::string& host, std::string_view path, const std::optional
   const Outcome outcome =
       transfer(urlFor(host, path), body ? std::optional(encoded(*body)) : std::nullopt,
                timeoutSeconds, [&](std::string_view chunk, long) {
-                 tooLarge = reply.size() + chunk.size() > kMaxReplyBytes;
+                 tooLarge = reply.size() + chunk.size() > OllamaReply::kMaxBytes;
                  if (!tooLarge) reply.append(chunk);
                  return !tooLarge;
                });
   if (outcome.code != CURLE_OK && !tooLarge)
     throw OllamaClient::Failure::unreachable(outcome.words);
-
-  std::optional<json> object = tooLarge ? std::nullopt : UntrustedJson::parse(reply);
-  if (object && !object->is_object()) object.reset();
-  if (outcome.status < 200 || outcome.status > 299) {
-    const auto error = object ? UntrustedJson::stringMember(*object, "error") : std::nullopt;
-    throw OllamaClient::Failure::server(
-        static_cast<int>(outcome.status),
-        error ? std::string(*error) : Utf8::repaired(std::string_view(reply).substr(0, 200)));
-  }
-  if (tooLarge) throw OllamaClient::Failure::badReply(kMaxReplyWords);
-  if (!object) throw OllamaClient::Failure::badReply("not a JSON object");
-  return std::move(*object);
-}
-
-// A whole number of a pull line; anything else counts as 0.
-std::int64_t wholeNumber(const json& line, const char* key) {
-  const auto it = line.find(key);
-  if (it == line.end()) return 0;
-  // Unsigned first: nlohmann counts unsigned numbers as integers too.
-  if (it->is_number_unsigned()) {
-    return static_cast<std::int64_t>(std::min<std::uint64_t>(
-        it->get<std::uint64_t>(), std::numeric_limits<std::int64_t>::max()));
-  }
-  if (it->is_number_integer()) return it->get<std::int64_t>();
-  if (it->is_number_float()) {
-    const double value = it->get<double>();
-    const bool whole = std::isfinite(value) && value == std::trunc(value) && std::abs(value) < 9e18;
-    return whole ? static_cast<std::int64_t>(value) : 0;
-  }
-  return 0;
+  return OllamaReply::object(reply, outcome.status, tooLarge);
 }
 
 }  // namespace
@@ -314,22 +278,11 @@ std::string OllamaClient::defaultHost() {
 }
 
 std::string OllamaClient::version() const {
-  const json reply = request(m_host, "/api/version", std::nullopt, kVersionTimeout);
-  const auto version = UntrustedJson::stringMember(reply, "version");
-  if (!version) throw Failure::badReply("no version");
-  return std::string(*version);
+  return OllamaReply::version(request(m_host, "/api/version", std::nullopt, kVersionTimeout));
 }
 
 std::vector<std::string> OllamaClient::models() const {
-  const json reply = request(m_host, "/api/tags", std::nullopt, kModelsTimeout);
-  std::vector<std::string> names;
-  const auto models = reply.find("models");
-  if (models == reply.end() || !models->is_array()) return names;
-  for (const json& model : *models) {
-    if (!model.is_object()) continue;
-    if (const auto name = UntrustedJson::stringMember(model, "name")) names.emplace_back(*name);
-  }
-  return names;
+  return OllamaReply::modelNames(request(m_host, "/api/tags", std::nullopt, kModelsTimeout));
 }
 
 bool OllamaClient::has(std::string_view model, const std::vector<std::string>& names) {
@@ -359,10 +312,7 @@ std::string OllamaClient::generate(const std::string& model, const std::string& 
   }
   if (json) body["format"] = "json";
 
-  const nlohmann::json reply = request(m_host, "/api/generate", body, timeoutSeconds);
-  const auto response = UntrustedJson::stringMember(reply, "response");
-  if (!response) throw Failure::badReply("no response text");
-  return std::string(*response);
+  return OllamaReply::response(request(m_host, "/api/generate", body, timeoutSeconds));
 }
 
 std::vector<std::vector<float>> OllamaClient::embed(const std::string& model,
@@ -380,44 +330,14 @@ std::vector<std::vector<float>> OllamaClient::embed(const std::string& model,
     input.push_back(std::move(object));
   }
   const json body = {{"model", model}, {"input", std::move(input)}, {"keep_alive", "10m"}};
-  const json reply = request(m_host, "/api/embed", body, timeoutSeconds);
-
-  const Failure wrongCount =
-      Failure::badReply("expected " + std::to_string(inputs.size()) + " embeddings");
-  const auto embeddings = reply.find("embeddings");
-  if (embeddings == reply.end() || !embeddings->is_array() || embeddings->size() != inputs.size())
-    throw wrongCount;
-  std::vector<std::vector<float>> vectors;
-  vectors.reserve(inputs.size());
-  for (const json& embedding : *embeddings) {
-    if (!embedding.is_array()) throw wrongCount;
-    std::vector<float> vector;
-    vector.reserve(embedding.size());
-    for (const json& number : embedding) {
-      if (!number.is_number()) throw wrongCount;
-      vector.push_back(number.get<float>());
-    }
-    vector = VectorMath::unit(vector);
-    // A value past a float's range turns infinite, then every element NaN:
-    // such a vector would be kept and match nothing for good.
-    if (!std::ranges::all_of(vector, [](float x) { return std::isfinite(x); })) {
-      throw Failure::badReply("an embedding holds a value that is not a finite number");
-    }
-    vectors.push_back(std::move(vector));
-  }
-  return vectors;
+  return OllamaReply::embeddings(request(m_host, "/api/embed", body, timeoutSeconds), inputs.size());
 }
 
 void OllamaClient::pull(const std::string& model, const Progress& progress) const {
   const auto handleLine = [&](std::string_view line) {
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    const std::optional<json> object = UntrustedJson::parse(line);
-    if (!object || !object->is_object()) return;
-    if (const auto error = UntrustedJson::stringMember(*object, "error")) {
-      throw Failure::server(200, std::string(*error));
+    if (const auto step = OllamaReply::pullStep(line)) {
+      progress(step->completed, step->total, step->status);
     }
-    progress(wholeNumber(*object, "completed"), wholeNumber(*object, "total"),
-             std::string(UntrustedJson::stringMember(*object, "status").value_or("")));
   };
 
   std::string pending;    // the start of a line whose end has not come yet

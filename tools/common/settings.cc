@@ -31,6 +31,10 @@ std::filesystem::path file() {
 
 std::optional<std::string> value(const std::filesystem::path& path, std::string_view key) {
   std::ifstream in(path);
+  return value(in, key);
+}
+
+std::optional<std::string> value(std::istream& in, std::string_view key) {
   std::string line;
   bool inGeneral = false;
   while (std::getline(in, line)) {

@@ -1,10 +1,15 @@
 #include "core/media/media_importer.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unicode/locid.h>
+#include <unistd.h>
 #include <unicode/smpdtfmt.h>
 
 #include <algorithm>
 #include <array>
+#include <cctype>
+#include <cerrno>
 #include <cmath>
 #include <system_error>
 
@@ -52,9 +57,34 @@ Capture newCapture(const std::filesystem::path& path, Date now, CaptureMedia med
   return capture;
 }
 
-bool isEmptyFile(const std::filesystem::path& path) {
-  std::error_code error;
-  return std::filesystem::file_size(path, error) == 0 && !error;
+std::string reasonOf(int error) {
+  switch (error) {
+    case ENOENT:
+      return "there is no such file";
+    case EACCES:
+      return "permission to read it is denied";
+    case ELOOP:
+      return "its symbolic links go round in a loop";
+    default:
+      std::string words = std::generic_category().message(error);
+      if (!words.empty()) words[0] = static_cast<char>(std::tolower(words[0]));
+      return words;
+  }
+}
+
+// Why `path` can't be read as media, or nothing when a decoder may try it.
+// Only a regular file with something in it is tried: a folder has nothing
+// to decode, and a device or a pipe could keep a decoder reading for ever.
+std::optional<std::string> whyNotReadable(const std::filesystem::path& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return reasonOf(errno);
+  if (S_ISDIR(status.st_mode)) return "it is a folder";
+  if (!S_ISREG(status.st_mode)) return "it isn't a regular file";
+  if (status.st_size == 0) return "the file is empty";
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (file < 0) return reasonOf(errno);
+  ::close(file);
+  return std::nullopt;
 }
 
 // The date an EXIF field holds; libvips gives the value followed by a
@@ -126,7 +156,7 @@ Imported load(const std::filesystem::path& path, Date now) {
 
 Imported photo(const std::filesystem::path& path, Date now) {
   const std::string name = path.filename().string();
-  if (isEmptyFile(path)) throw Failure::unreadable(name, "the file is empty");
+  if (const auto reason = whyNotReadable(path)) throw Failure::unreadable(name, *reason);
   try {
     const auto source = Pictures::PictureSource::file(path);
     const VImage working = source.scaled(kWorkingPixels);
@@ -148,10 +178,13 @@ Imported photo(const std::filesystem::path& path, Date now) {
 
 Imported video(const std::filesystem::path& path, Date now) {
   const std::string name = path.filename().string();
-  if (isEmptyFile(path)) throw Failure::unreadable(name, "the file is empty");
+  if (const auto reason = whyNotReadable(path)) throw Failure::unreadable(name, *reason);
   try {
     Av::Input input(path);
     const std::optional<int> stream = input.bestStream(AVMEDIA_TYPE_VIDEO);
+    if (!stream && input.context()->nb_streams == 0) {
+      throw Failure::unreadable(name, "no streams can be found in it; its index may be damaged");
+    }
     if (!stream) throw Failure::unreadable(name, "it has no video stream");
     const AVCodecParameters* picture = input.context()->streams[*stream]->codecpar;
     Pictures::checkSize(picture->width, picture->height);

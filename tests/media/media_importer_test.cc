@@ -1,9 +1,13 @@
 #include "core/media/media_importer.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <unicode/timezone.h>
 
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <vips/vips8>
@@ -228,6 +232,37 @@ TEST(MediaImporterBadInput, PhotosThatGiveNoPictureAreUnreadable) {
   EXPECT_STREQ(notMedia.what(), "notes.txt is neither a photo nor a video.");
 }
 
+// Only a regular file reaches a decoder: anything else is refused at once,
+// and each says why in its own words rather than as a picture that can't be
+// decoded. A pipe or a device would otherwise keep the import reading for
+// ever.
+TEST(MediaImporterBadInput, WhatIsNoRegularFileIsRefusedWithItsReason) {
+  testing::TempDir dir;
+  const auto at = [&](const char* name) { return dir.path() / name; };
+  std::filesystem::create_directory(at("folder.jpg"));
+  std::filesystem::create_symlink(at("loop-b.png"), at("loop-a.png"));
+  std::filesystem::create_symlink(at("loop-a.png"), at("loop-b.png"));
+  std::filesystem::create_symlink("/dev/zero", at("zero.jpg"));
+  ASSERT_EQ(::mkfifo(at("pipe.mp4").c_str(), 0600), 0);
+  const std::map<std::string, std::string> expected{
+      {"missing.jpg", "there is no such file"},
+      {"folder.jpg", "it is a folder"},
+      {"loop-a.png", "its symbolic links go round in a loop"},
+      {"zero.jpg", "it isn't a regular file"},
+      {"pipe.mp4", "it isn't a regular file"}};
+  for (const auto& [name, reason] : expected) {
+    EXPECT_STREQ(failureOf([&] { MediaImporter::load(dir.path() / name, kNow); }).what(),
+                 ("Couldn't read " + name + ": " + reason + ".").c_str());
+  }
+  writeFile(at("private.png"), testing::blackPng(8, 8));
+  std::filesystem::permissions(at("private.png"), std::filesystem::perms::none);
+  // Root reads whatever the permissions say, so only others are refused.
+  if (::geteuid() != 0) {
+    EXPECT_STREQ(failureOf([&] { MediaImporter::load(at("private.png"), kNow); }).what(),
+                 "Couldn't read private.png: permission to read it is denied.");
+  }
+}
+
 TEST(MediaImporterVideo, HasItsCaptureFieldsPosterAndSheet) {
   testing::TempDir dir;
   const auto path = dir.path() / "Walk.MP4";
@@ -310,10 +345,20 @@ TEST(MediaImporterBadInput, VideosThatGiveNoPictureAreUnreadable) {
   cutInHalf(dir.path() / "cut.mp4");
   std::ofstream{dir.path() / "empty.mov"};
   testing::writeTestVideo(dir.path() / "all-damaged.mp4", {.seconds = 2, .damagedSeconds = 3});
+  // An index whose one track can't be recognised lists no streams at all.
+  testing::writeTestVideo(dir.path() / "index.mp4", {.seconds = 1});
+  {
+    std::fstream file(dir.path() / "index.mp4", std::ios::in | std::ios::out | std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    file.seekp(static_cast<std::streamoff>(bytes.find("trak")));
+    file << "junk";
+  }
 
   const std::map<std::string, std::string> expected{
       {"voice.mp4", "Couldn't read voice.mp4: it has no video stream."},
       {"empty.mov", "Couldn't read empty.mov: the file is empty."},
+      {"index.mp4",
+       "Couldn't read index.mp4: no streams can be found in it; its index may be damaged."},
       {"all-damaged.mp4", "Couldn't read all-damaged.mp4: none of its frames could be decoded."},
       {"cut.mp4", ""}};
   for (const auto& [name, words] : expected) {

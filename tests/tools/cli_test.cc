@@ -124,6 +124,12 @@ TEST_F(Cli, FilesThatCannotBeReadAreNamedAndNothingOfThemIsKept) {
   EXPECT_EQ(store().count(), 1);
   EXPECT_EQ(run({"import", (m_home.path() / "readme.txt").string()}), 1)
       << "nothing to import is a failure";
+  // After "--" a name is a file's even when it looks like an option, and each
+  // file that can't be read says why.
+  std::string err;
+  EXPECT_EQ(run({"import", "--", "--nowhere.png"}, nullptr, &err), 1);
+  EXPECT_NE(err.find("Couldn't read --nowhere.png: there is no such file."), std::string::npos)
+      << err;
 }
 
 TEST_F(Cli, StatusTellsOfADaemonDownAndAMissingModel) {

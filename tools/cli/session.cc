@@ -18,8 +18,13 @@ namespace {
 // Gives the options, or the exit code of a command that ends here.
 std::variant<Options, int> readOptions(const std::vector<std::string>& args, const char* help) {
   Options options;
+  bool optionsEnded = false;
   for (const auto& arg : args) {
-    if (arg == "--json") {
+    if (optionsEnded) {
+      options.rest.push_back(arg);
+    } else if (arg == "--") {
+      optionsEnded = true;
+    } else if (arg == "--json") {
       options.json = true;
     } else if (arg == "--help" || arg == "-h") {
       std::cout << help;

@@ -30,6 +30,8 @@ using Check = std::function<std::optional<int>(const Options&)>;
 
 // Reads "--json"; "--help" or "-h" writes `help` and ends the command with
 // success, and any other argument starting with "--" ends it as misused.
+// After "--" every argument is taken as it is, so that a file may be named
+// "--x.png".
 // Then checks, opens the library and runs. A Database::Failure out of `run`
 // is written to standard error and ends the command as failed.
 int runCommand(const std::vector<std::string>& args, const char* help, const Check& check,

@@ -19,8 +19,12 @@ using namespace brindlemoor;
 struct World {
   testing::TempDir dir;
   testing::ClosedPort daemon;
-  Library library{std::make_unique<LibraryStore>(dir.path()), OllamaClient(daemon.host()),
-                  "vision", "embedding", Organizer(), nullptr};
+  Library library{std::make_unique<LibraryStore>(dir.path()),
+                  OllamaClient(daemon.host()),
+                  "vision",
+                  "embedding",
+                  Organizer(),
+                  nullptr};
   const MCPServer server{library, library.store(), "1.0"};
 
   World() {
@@ -31,8 +35,9 @@ struct World {
       store.insert(testing::sampleCapture(n, 1700000000 + n));
       store.setRead(testing::sampleID(n), "crema grind ratio bloom " + std::to_string(n),
                     std::nullopt);
-      store.setDescribed(testing::sampleID(n), {"Brew " + std::to_string(n), "A brew.",
-                                                CaptureKind::article, {"coffee"}, {}, {}});
+      store.setDescribed(
+          testing::sampleID(n),
+          {"Brew " + std::to_string(n), "A brew.", CaptureKind::article, {"coffee"}, {}, {}});
       if (n % 2 == 0) store.setCollection(testing::sampleID(n), testing::sampleID(100));
     }
   }

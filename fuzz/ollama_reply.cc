@@ -1,9 +1,9 @@
 // A daemon's reply body, whatever its bytes, read as each call's answer and
 // as a line of a pull. Only the client's Failure may come out.
+#include "core/understanding/internal/ollama_reply.h"
+
 #include <cstdint>
 #include <string_view>
-
-#include "core/understanding/internal/ollama_reply.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace brindlemoor;

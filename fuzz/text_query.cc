@@ -18,8 +18,8 @@ struct World {
   World() {
     for (int n = 0; n < 4; ++n) {
       store.insert(testing::sampleCapture(n, 1700000000 + n));
-      store.setRead(testing::sampleID(n), "Café crème, naïve NEAR \"quoted\" AND or * ^ 東京 " +
-                                              std::to_string(n),
+      store.setRead(testing::sampleID(n),
+                    "Café crème, naïve NEAR \"quoted\" AND or * ^ 東京 " + std::to_string(n),
                     std::nullopt);
     }
   }

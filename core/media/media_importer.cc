@@ -3,8 +3,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unicode/locid.h>
-#include <unistd.h>
 #include <unicode/smpdtfmt.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>

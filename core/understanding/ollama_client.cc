@@ -330,7 +330,8 @@ std::vector<std::vector<float>> OllamaClient::embed(const std::string& model,
     input.push_back(std::move(object));
   }
   const json body = {{"model", model}, {"input", std::move(input)}, {"keep_alive", "10m"}};
-  return OllamaReply::embeddings(request(m_host, "/api/embed", body, timeoutSeconds), inputs.size());
+  return OllamaReply::embeddings(request(m_host, "/api/embed", body, timeoutSeconds),
+                                 inputs.size());
 }
 
 void OllamaClient::pull(const std::string& model, const Progress& progress) const {

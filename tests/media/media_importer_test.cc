@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <unicode/timezone.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>

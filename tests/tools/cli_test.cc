@@ -210,5 +210,38 @@ TEST_F(Cli, OnATerminalImportRedrawsOneLineAndLeavesOnlyItsSummary) {
   EXPECT_EQ(out.find('\n'), out.size() - 1) << "no line but the summary's ends: " << out;
 }
 
+// Titles come from a model and names from files: on a terminal their escape
+// sequences are shown, not obeyed, while --json stays exact for programs.
+TEST_F(Cli, OnATerminalControlCharactersInUntrustedTextAreShownNotObeyed) {
+  if (!std::filesystem::exists("/usr/bin/script")) GTEST_SKIP() << "script(1) gives the terminal";
+  const std::string title =
+      "Tart\x1b]0;owned\x07 \xc2\x9b"
+      "2J\x7f";
+  store().insert(testing::sampleCapture(1, 10));
+  store().setDescribed(testing::sampleID(1), {title, "", CaptureKind::recipe, {}, {}, {}});
+  const auto onTerminal = [&](const std::string& arguments) {
+    testing::ChildProcess child(
+        "/usr/bin/script", {"-qec", std::string(BRINDLEMOOR_CLI) + " " + arguments, "/dev/null"},
+        environment(m_daemon.host()));
+    child.wait();
+    return child.out();
+  };
+  const std::string id = testing::sampleID(1);
+  const std::string shown = onTerminal("show " + id);
+  EXPECT_NE(shown.find("Tart␛]0;owned␇ �2J␡"), std::string::npos) << shown;
+  EXPECT_EQ(shown.find('\x1b'), std::string::npos) << shown;
+
+  const std::string json = onTerminal("show --json " + id);
+  EXPECT_NE(json.find("Tart\\u001b]0;owned\\u0007 \xc2\x9b"
+                      "2J\x7f"),
+            std::string::npos)
+      << json;
+
+  const std::string missing =
+      onTerminal("import '" + (m_home.path() / "red\x1b[31m.png").string() + "'");
+  EXPECT_NE(missing.find("Couldn't read red␛[31m.png: there is no such file."), std::string::npos)
+      << missing;
+}
+
 }  // namespace
 }  // namespace brindlemoor

@@ -4,8 +4,8 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "core/presentation/capture_text.h"
 #include "core/model/text.h"
+#include "core/presentation/capture_text.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/session.h"
 

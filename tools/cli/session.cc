@@ -10,6 +10,7 @@
 #include "core/model/text.h"
 #include "tools/cli/commands.h"
 #include "tools/cli/progress_line.h"
+#include "tools/cli/visible_output.h"
 #include "tools/common/library_opening.h"
 
 namespace brindlemoor::cli {
@@ -77,6 +78,7 @@ int runCommand(const std::vector<std::string>& args, const char* help, const Che
   const auto read = readOptions(args, help);
   if (const int* exitCode = std::get_if<int>(&read)) return *exitCode;
   const Options& options = std::get<Options>(read);
+  const VisibleOutput shown(!options.json);
   if (check) {
     if (const auto exitCode = check(options)) return *exitCode;
   }

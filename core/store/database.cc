@@ -1,8 +1,11 @@
 #include "core/store/database.h"
 
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cerrno>
 #include <cstring>
 
 #include "core/model/text.h"
@@ -11,6 +14,29 @@ namespace brindlemoor {
 namespace {
 
 constexpr std::size_t kStatementShown = 120;
+
+// Whether this process may write `path`, or make it where it is missing.
+bool writable(const std::filesystem::path& path) {
+  if (::access(path.c_str(), W_OK) == 0) return true;
+  return errno == ENOENT && ::access(path.parent_path().c_str(), W_OK) == 0;
+}
+
+// `path` as the path of a "file:" URI: whatever could end it or be taken
+// for an escape is percent-encoded.
+std::string uriPath(const std::filesystem::path& path) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  std::string encoded;
+  for (const unsigned char c : path.string()) {
+    if ((c < 0x80 && std::isalnum(c)) || std::strchr("/-._~", c)) {
+      encoded += static_cast<char>(c);
+    } else {
+      encoded += '%';
+      encoded += kHex[c >> 4];
+      encoded += kHex[c & 15];
+    }
+  }
+  return encoded;
+}
 
 std::string errorMessage(sqlite3* handle) {
   const char* message = handle ? sqlite3_errmsg(handle) : nullptr;
@@ -138,17 +164,27 @@ const Database::Value& Database::Row::operator[](std::string_view column) const 
 }
 
 Database::Database(const std::filesystem::path& path) : m_path(path) {
-  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
-  if (sqlite3_open_v2(path.c_str(), &m_handle, flags, nullptr) != SQLITE_OK) {
+  const bool readOnly = !writable(path);
+  // A read-only file in write-ahead-log mode needs the log's shared-memory
+  // file beside it; where the folder can't take one, nothing can change the
+  // file either, so it is read as immutable.
+  const std::string name = readOnly ? "file:" + uriPath(path) + "?mode=ro" +
+                                          (writable(path.parent_path()) ? "" : "&immutable=1")
+                                    : path.string();
+  const int flags = SQLITE_OPEN_FULLMUTEX | SQLITE_OPEN_URI |
+                    (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+  if (sqlite3_open_v2(name.c_str(), &m_handle, flags, nullptr) != SQLITE_OK) {
     std::string message = errorMessage(m_handle);
     sqlite3_close_v2(m_handle);
     throw Failure(std::move(message), "open " + path.string());
   }
   sqlite3_busy_timeout(m_handle, 5000);
   try {
-    execute("PRAGMA journal_mode = WAL");
+    if (!readOnly) {
+      execute("PRAGMA journal_mode = WAL");
+      execute("PRAGMA synchronous = NORMAL");
+    }
     execute("PRAGMA foreign_keys = ON");
-    execute("PRAGMA synchronous = NORMAL");
   } catch (...) {
     sqlite3_close_v2(m_handle);
     throw;

@@ -1,5 +1,8 @@
 // Database is a thin wrapper over one SQLite connection, opened read-write
-// with full mutex, in write-ahead-log mode with foreign keys on.
+// with full mutex, in write-ahead-log mode with foreign keys on. A file that
+// can't be written (a read-only medium, or no permission) is opened for
+// reading alone, so that it can still be searched; every write to it then
+// fails.
 //
 // Thread rules: each call is safe from any thread. A lock of the connection
 // is held for each call and for the whole of a transaction, so that no other

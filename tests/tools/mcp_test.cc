@@ -74,6 +74,36 @@ TEST_F(McpProcess, AnswersEachRequestOnALineOfItsOwnUntilTheInputEnds) {
   EXPECT_EQ(server.out(), parseError.dump() + "\n" + parseError.dump() + "\n" + pong.dump() + "\n");
 }
 
+// A library on a medium that can't be written (a read-only mount, a backup
+// disk) is still read and searched: only writers need to write.
+TEST_F(McpProcess, SearchesALibraryOnAReadOnlyMedium) {
+  if (testing::ChildProcess("/usr/bin/unshare", {"-m", "true"}, {}).wait() != 0) {
+    GTEST_SKIP() << "unshare -m can't make a mount namespace here, so nothing can be mounted "
+                    "read-only";
+  }
+  keepTart();
+  const auto input = m_home.path() / "input";
+  std::ofstream(input)
+      << json{{"jsonrpc", "2.0"},
+              {"id", 1},
+              {"method", "tools/call"},
+              {"params", {{"name", "search_brindlemoor"}, {"arguments", {{"query", "lemon"}}}}}}
+             .dump()
+      << "\n";
+  testing::ChildProcess server(
+      "/usr/bin/unshare",
+      {"-m", "/bin/sh", "-c",
+       "mount --bind \"$1\" \"$1\" && mount -o remount,ro,bind \"$1\" && exec \"$0\" < \"$2\"",
+       BRINDLEMOOR_MCP, m_data.string(), input.string()},
+      environment());
+  ASSERT_EQ(server.wait(), 0) << server.err();
+  const json reply = json::parse(server.out());
+  EXPECT_FALSE(reply["result"]["isError"].get<bool>()) << reply;
+  EXPECT_NE(reply["result"]["content"][0]["text"].get<std::string>().find("Lemon tart"),
+            std::string::npos)
+      << reply;
+}
+
 TEST_F(McpProcess, TheOfficialClientNegotiatesListsAndCallsEveryTool) {
   const std::filesystem::path sdk = SDK_CLIENT_DIR;
   ASSERT_TRUE(std::filesystem::exists(sdk / "node_modules/@modelcontextprotocol/sdk/package.json"))

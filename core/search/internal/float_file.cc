@@ -19,14 +19,23 @@ std::string reason(const char* what) {
 }
 
 // An unnamed file in `directory`; where the file system can't make one, a
-// named one removed at once.
-int openUnnamed(const std::filesystem::path& directory) {
+// named one removed at once; -1 when neither can be made there.
+int openUnnamedIn(const std::filesystem::path& directory) {
   int fd = ::open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
   if (fd >= 0) return fd;
   std::string name = (directory / "bm-vectors-XXXXXX").string();
   fd = ::mkostemp(name.data(), O_CLOEXEC);
+  if (fd >= 0) ::unlink(name.c_str());
+  return fd;
+}
+
+// An unnamed file in `directory`, or else in the temporary folder: a
+// library on a read-only medium is still searched.
+int openUnnamed(const std::filesystem::path& directory) {
+  int fd = openUnnamedIn(directory);
+  std::error_code error;
+  if (fd < 0) fd = openUnnamedIn(std::filesystem::temp_directory_path(error));
   if (fd < 0) throw FloatFile::Failure(reason("Cannot make the vector file"));
-  ::unlink(name.c_str());
   return fd;
 }
 

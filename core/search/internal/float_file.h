@@ -1,5 +1,6 @@
 // FloatFile holds a growing run of floats in a file of its own that no one
-// else can open (made unnamed in a given folder, gone when it is closed),
+// else can open (made unnamed in a given folder, or in the temporary folder
+// where that one can't be written; gone when it is closed),
 // seen through a read-only mapping. Its pages belong to the system's file
 // cache, not to the process: what a scan reads is there while it is wanted,
 // and the system takes it back when memory is short, which a block of the

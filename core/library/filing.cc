@@ -102,10 +102,23 @@ void Filing::nameIfDue(const std::string& collectionID) {
   for (auto& candidate : m_store.collections()) {
     if (candidate.id == collectionID) collection = std::move(candidate);
   }
-  if (!collection || !Organizer::shouldRename(*collection)) return;
-  const auto captures = m_store.captures(12, LibraryFilter::collection(collectionID));
+  if (collection && Organizer::shouldRename(*collection)) name(*collection);
+}
+
+bool Filing::nameDue() {
+  bool named = false;
+  for (const CaptureCollection& collection : m_store.collections()) {
+    if (!Organizer::shouldRename(collection)) continue;
+    name(collection);
+    named = true;
+  }
+  return named;
+}
+
+void Filing::name(const CaptureCollection& collection) {
+  const auto captures = m_store.captures(12, LibraryFilter::collection(collection.id));
   const auto naming = CollectionNamer(m_client, m_visionModel()).name(captures);
-  m_store.renameCollection(collectionID, naming.name, naming.emoji, collection->count, false);
+  m_store.renameCollection(collection.id, naming.name, naming.emoji, collection.count, false);
 }
 
 }  // namespace brindlemoor

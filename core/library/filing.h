@@ -37,6 +37,12 @@ class Filing {
   // VectorIndex::Failure; a failure in naming leaves the capture filed.
   std::optional<Organizer::Decision> organize(const std::string& id);
 
+  // Names the collections that are due a name (Organizer::shouldRename) and
+  // never got it: their naming failed, or the process ended before it.
+  // Stops at the first failure, which the next pass tries again. Gives
+  // whether any was named. Throws the store's and the model's failures.
+  bool nameDue();
+
  private:
   // A collection's centroid as it was last worked out, and from which
   // vectors: the places of its members in the `meaning` block of one
@@ -54,6 +60,7 @@ class Filing {
   void centroidsOf(std::vector<Organizer::Group>& groups,
                    std::vector<std::vector<std::size_t>>& places, std::uint64_t generation);
   void nameIfDue(const std::string& collectionID);
+  void name(const CaptureCollection& collection);
 
   LibraryStore& m_store;
   VectorIndex& m_index;

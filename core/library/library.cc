@@ -20,7 +20,8 @@ Library::Library(std::unique_ptr<LibraryStore> store, OllamaClient client, std::
                          : nullptr),
       m_loop(m_pipeline
                  ? std::make_unique<WorkLoop>(
-                       *m_store, [this](const Capture& capture) { m_pipeline->advance(capture); })
+                       *m_store, [this](const Capture& capture) { m_pipeline->advance(capture); },
+                       [this] { m_pipeline->finish(); })
                  : nullptr) {}
 
 // The loop's thread is stopped first, by m_loop's own destructor, before the

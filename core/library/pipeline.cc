@@ -1,5 +1,7 @@
 #include "core/library/pipeline.h"
 
+#include <utility>
+
 #include "core/library/retry_plan.h"
 #include "core/understanding/describer.h"
 #include "core/understanding/embedding_text.h"
@@ -38,6 +40,9 @@ void Pipeline::advance(const Capture& capture) {
       m_changed();
     }
     return;
+  } catch (const OllamaClient::Failure& error) {
+    m_modelFailed = true;
+    plan = RetryPlan::forFailure(error);
   } catch (const std::exception& error) {
     plan = RetryPlan::forFailure(error);
   } catch (...) {
@@ -51,6 +56,17 @@ void Pipeline::advance(const Capture& capture) {
     // up again by the next work().
   }
   m_changed();
+}
+
+void Pipeline::finish() {
+  const bool modelFailed = std::exchange(m_modelFailed, false);
+  if (modelFailed) return;
+  try {
+    if (m_filing.nameDue()) m_changed();
+  } catch (const std::exception&) {
+    // Dropped on purpose: the collection stays due, and the next pass asks
+    // again.
+  }
 }
 
 Bytes Pipeline::scaledPictureOf(const Capture& capture) {

@@ -35,6 +35,10 @@ class Pipeline {
   // Carries `capture` as far as it can go now. Never throws: a failure is
   // recorded on the capture with a retry time.
   void advance(const Capture& capture);
+  // The end of a pass over the captures: names the collections whose
+  // naming a failure or a kill cut short. Skipped when a model call failed
+  // in this pass, since the daemon is then in trouble; never throws.
+  void finish();
 
  private:
   void read(Capture& current);
@@ -50,6 +54,7 @@ class Pipeline {
   Filing& m_filing;
   const VisionModel m_visionModel;
   const Changed m_changed;
+  bool m_modelFailed = false;  // in this pass
 };
 
 }  // namespace brindlemoor

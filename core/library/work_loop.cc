@@ -6,8 +6,12 @@
 
 namespace brindlemoor {
 
-WorkLoop::WorkLoop(LibraryStore& store, Step step)
-    : m_store(store), m_step(std::move(step)), m_lock(store.root()), m_thread([this] { run(); }) {}
+WorkLoop::WorkLoop(LibraryStore& store, Step step, Finish finish)
+    : m_store(store),
+      m_step(std::move(step)),
+      m_finish(std::move(finish)),
+      m_lock(store.root()),
+      m_thread([this] { run(); }) {}
 
 WorkLoop::~WorkLoop() {
   {
@@ -104,6 +108,7 @@ void WorkLoop::drain() {
       m_step(capture);
     }
   }
+  if (m_finish && !stopping()) m_finish();
   std::lock_guard lock(m_lockMutex);
   m_lock.release();
   m_holding = false;

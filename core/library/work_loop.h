@@ -27,6 +27,9 @@ class WorkLoop {
   // the store. It must not throw: a failure is recorded on the capture with
   // a retry time, which keeps it out of the next batch.
   using Step = std::function<void(const Capture&)>;
+  // What a drain does last, after its captures, still holding the library's
+  // pipeline: the work that belongs to no one capture. It must not throw.
+  using Finish = std::function<void()>;
 
   static constexpr std::int64_t kBatchSize = 20;
 
@@ -34,8 +37,9 @@ class WorkLoop {
   // library: waits for it to finish, or leaves the captures to it.
   enum class WhenOthersWork { wait, leave };
 
-  // Starts the thread, idle. `store` must outlive the loop.
-  WorkLoop(LibraryStore& store, Step step);
+  // Starts the thread, idle. `store` must outlive the loop; `finish` may be
+  // empty.
+  WorkLoop(LibraryStore& store, Step step, Finish finish = nullptr);
   // Stops after the capture in hand (its recorded stages stay) and releases
   // every work() still waiting.
   ~WorkLoop();
@@ -66,6 +70,7 @@ class WorkLoop {
 
   LibraryStore& m_store;
   const Step m_step;
+  const Finish m_finish;
 
   PipelineLock m_lock;  // taken and released by the loop's thread
   std::mutex m_lockMutex;

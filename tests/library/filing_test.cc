@@ -96,5 +96,46 @@ TEST(Filing, DecidesAsTheOrganizerDoesOnVectorsReadAfresh) {
   EXPECT_GT(alone, 5);
 }
 
+// A collection whose naming failed, or whose process was killed before it,
+// keeps "New collection" only until a later pass names it.
+TEST(Filing, ACollectionLeftUnnamedIsNamedOnALaterPass) {
+  testing::TempDir dir;
+  LibraryStore store(dir.path());
+  VectorIndex index(store, kModel, 1000);
+  const auto model = [] { return std::string("v"); };
+  testing::ImitationOllama failing;
+  failing.answer("/api/generate", 500, R"({"error": "out of memory"})");
+  const OllamaClient failingClient(failing.host());
+  Filing filing(store, index, failingClient, Organizer(), model);
+  // Two pairs of captures, each pair alike: each second one forms a collection.
+  for (int n = 0; n < 4; ++n) {
+    std::vector<float> vector(kDimension, 0.0f);
+    vector[n / 2] = 1;
+    store.insert(testing::sampleCapture(n, n));
+    store.setEmbedding(sampleID(n), kModel,
+                       {{VectorSpace::look, vector}, {VectorSpace::meaning, vector}});
+    try {
+      filing.organize(sampleID(n));
+    } catch (const OllamaClient::Failure&) {
+    }
+  }
+  ASSERT_EQ(store.collections().size(), 2u);
+  EXPECT_THROW(filing.nameDue(), OllamaClient::Failure);
+  EXPECT_EQ(failing.requestCount("/api/generate"), 2 + 1) << "a pass stops at the first failure";
+
+  testing::ImitationOllama daemon;
+  daemon.setModels({"v", kModel});
+  daemon.setReply(R"({"name": "Pairs", "emoji": "🍐"})");
+  const OllamaClient client(daemon.host());
+  Filing later(store, index, client, Organizer(), model);
+  EXPECT_TRUE(later.nameDue());
+  for (const auto& collection : store.collections()) {
+    EXPECT_EQ(collection.name, "Pairs");
+    EXPECT_EQ(collection.namedAtCount, 2);
+  }
+  EXPECT_FALSE(later.nameDue()) << "named collections are not due again";
+  EXPECT_EQ(daemon.requestCount("/api/generate"), 2);
+}
+
 }  // namespace
 }  // namespace brindlemoor

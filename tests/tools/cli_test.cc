@@ -132,6 +132,38 @@ TEST_F(Cli, FilesThatCannotBeReadAreNamedAndNothingOfThemIsKept) {
       << err;
 }
 
+// On a full disk the import ends with the system's words and leaves nothing
+// half-written. The library lives on a small file system of its own, filled
+// to its last few pages, in a mount namespace of the test's.
+TEST_F(Cli, OnAFullDiskImportSaysSoAndLeavesNothingHalfWritten) {
+  if (testing::ChildProcess("/usr/bin/unshare", {"-m", "true"}, {}).wait() != 0) {
+    GTEST_SKIP() << "unshare -m can't make a mount namespace here, so no small disk can be "
+                    "mounted";
+  }
+  // Large enough that libvips's generated vector code reduces it.
+  const auto photo = file("large.png", testing::encoded(testing::halves(3000, 2000), ".png"));
+  const auto full = m_home.path() / "full";
+  std::filesystem::create_directory(full);
+  const std::string script = R"(
+    mount -t tmpfs -o size=4M tmpfs "$HOME" && "$0" status >/dev/null || exit 99
+    dd if=/dev/zero of="$HOME/fill" bs=4k 2>/dev/null; truncate -s -32K "$HOME/fill"
+    "$0" import "$1"; echo "exit $?"
+    find "$XDG_DATA_HOME/Brindlemoor/captures" "$XDG_DATA_HOME/Brindlemoor/thumbs" \
+      "$XDG_DATA_HOME/Brindlemoor/media" -type f | wc -l; rm "$HOME/fill"
+    "$0" status --json | grep '"captures"')";
+  auto environment = this->environment(m_daemon.host());
+  environment["HOME"] = full.string();
+  environment["XDG_DATA_HOME"] = (full / "data").string();
+  environment["XDG_RUNTIME_DIR"] = "";
+  testing::ChildProcess child("/usr/bin/unshare",
+                              {"-m", "/bin/sh", "-c", script, BRINDLEMOOR_CLI, photo.string()},
+                              environment);
+  ASSERT_EQ(child.wait(), 0) << child.err();
+  EXPECT_NE(child.err().find("No space left on device"), std::string::npos) << child.err();
+  EXPECT_NE(child.out().find("exit 1\n0\n"), std::string::npos) << child.out();
+  EXPECT_NE(child.out().find("\"captures\": 0"), std::string::npos) << child.out();
+}
+
 TEST_F(Cli, StatusTellsOfADaemonDownAndAMissingModel) {
   std::string out;
   m_daemon.setModels({kVision});

@@ -1,7 +1,13 @@
 #include "core/media/internal/pictures.h"
 
+// After vips8, which it needs.
+#include <sys/statvfs.h>
+#include <unistd.h>
+#include <vips/vector.h>
+
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -103,10 +109,34 @@ void checkSize(std::int64_t width, std::int64_t height) {
   }
 }
 
+namespace {
+
+// Whether the folder that receives libvips's generated vector code has room
+// for it. The code generator writes the code into a file it maps, in the
+// first of these folders it can write; a page of that file that can't be
+// stored, on a full disk, ends the process with SIGBUS instead of failing.
+// With too little room the plain loops run instead, and the import goes on
+// to fail in words where it writes its own files.
+bool roomForGeneratedCode() {
+  constexpr unsigned long long kRoom = 4ull << 20;
+  for (const char* folder : {static_cast<const char*>(std::getenv("XDG_RUNTIME_DIR")),
+                             static_cast<const char*>(std::getenv("HOME")),
+                             static_cast<const char*>(std::getenv("TMPDIR")), "/tmp"}) {
+    if (!folder || ::access(folder, W_OK | X_OK) != 0) continue;
+    struct statvfs space {};
+    if (::statvfs(folder, &space) != 0) return true;
+    return static_cast<unsigned long long>(space.f_bavail) * space.f_frsize >= kRoom;
+  }
+  return true;  // no such folder: the generator maps memory of its own
+}
+
+}  // namespace
+
 void start() {
   static std::once_flag once;
   std::call_once(once, [] {
     if (VIPS_INIT("brindlemoor") != 0) throw Failure("libvips did not start");
+    if (!roomForGeneratedCode()) vips_vector_set_enabled(FALSE);
     vips_cache_set_max(0);
     // We run one picture per thread, and a batch import gives every core a
     // file of its own; libvips's workers on top of that would only compete

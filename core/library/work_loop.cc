@@ -47,13 +47,10 @@ void WorkLoop::run() {
   while (true) {
     m_wake.wait(lock, [&] { return m_stopping || m_requested > m_served; });
     if (m_stopping) break;
-    // Every ask made until now is answered by this drain; an ask made while it
-    // runs gets a drain of its own, which looks at the captures again.
-    const std::uint64_t asks = m_requested;
     lock.unlock();
-    drain();
+    const std::uint64_t answered = drain();
     lock.lock();
-    m_served = asks;
+    m_served = std::max(m_served, answered);
     m_answered.notify_all();
   }
   m_answered.notify_all();
@@ -73,7 +70,14 @@ bool WorkLoop::othersWork() {
   return false;
 }
 
-void WorkLoop::drain() {
+std::uint64_t WorkLoop::drain() {
+  // Every ask made before a look for pending captures is answered by what
+  // that look finds.
+  const auto asksNow = [this] {
+    std::lock_guard lock(m_mutex);
+    return m_requested;
+  };
+  std::uint64_t answered = asksNow();
   bool held;
   {
     std::lock_guard lock(m_lockMutex);
@@ -85,7 +89,7 @@ void WorkLoop::drain() {
       std::lock_guard lock(m_mutex);
       choice = m_whenOthersWork;
     }
-    if (choice == WhenOthersWork::leave) return;
+    if (choice == WhenOthersWork::leave) return answered;
     m_lock.take();
     std::lock_guard lock(m_lockMutex);
     m_holding = true;
@@ -93,6 +97,7 @@ void WorkLoop::drain() {
   std::unordered_set<std::string> taken;
   while (!stopping()) {
     std::vector<Capture> batch;
+    answered = asksNow();
     try {
       // Enough to find a batch of captures not yet taken in this drain.
       batch = m_store.pending(now(), kBatchSize + static_cast<std::int64_t>(taken.size()));
@@ -112,6 +117,7 @@ void WorkLoop::drain() {
   std::lock_guard lock(m_lockMutex);
   m_lock.release();
   m_holding = false;
+  return answered;
 }
 
 }  // namespace brindlemoor

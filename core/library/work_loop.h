@@ -50,8 +50,13 @@ class WorkLoop {
   // organized that was due has been taken up once, and waits for its retry
   // time or is done. A capture whose retry falls due during the drain waits
   // for the next one, so a drain ends even when every call fails slowly. A
-  // call made while a drain runs waits for a drain of its own, which looks
-  // at the captures again. A failure to read the pending captures ends the
+  // call made while a drain runs is answered by it when the drain looks for
+  // pending captures again after the call, as it does until it finds none
+  // left; only a call that comes after its last look waits for a drain of
+  // its own. A capture kept meanwhile is so taken up by the running drain,
+  // and one it has already taken isn't taken again for the sake of the call:
+  // a process that keeps and then works ends after one pass. A failure to
+  // read the pending captures ends the
   // drain silently; the next ask tries again. Only one process's drain runs
   // on a library at a time (PipelineLock).
   void work();
@@ -65,7 +70,9 @@ class WorkLoop {
 
  private:
   void run();
-  void drain();
+  // Gives the number of asks it answers: those made before its last look
+  // for pending captures.
+  std::uint64_t drain();
   bool stopping();
 
   LibraryStore& m_store;

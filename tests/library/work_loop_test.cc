@@ -109,6 +109,33 @@ TEST_F(WorkLoopTest, ADrainTakesEachCaptureOnceThoughItsRetryFallsDueMeanwhile) 
   EXPECT_EQ(m_seen.size(), 50u) << "the next drain tries them again";
 }
 
+// A process that keeps captures (each asks for work) while a drain is busy
+// must not be held for a second pass over captures the drain already took:
+// with a daemon that never answers, each pass costs every capture its whole
+// timeout.
+TEST_F(WorkLoopTest, AsksMadeDuringADrainAreAnsweredByIt) {
+  std::atomic<bool> inStep = false;
+  std::atomic<bool> asked = false;
+  std::atomic<int> steps = 0;
+  start([&](const Capture& capture) {
+    inStep = true;
+    while (!asked) std::this_thread::yield();
+    m_store.recordFailure(capture.id, "Ollama is not running", 0, now());
+    ++steps;
+  });
+  m_store.insert(sampleCapture(1, 1));
+  m_loop->startWork();
+  while (!inStep) std::this_thread::yield();
+  m_store.insert(sampleCapture(2, 2));
+  m_loop->startWork();
+  asked = true;
+  while (steps < 2) std::this_thread::yield();
+  // Time enough for a second drain to take them up again, were there one.
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  m_loop.reset();
+  EXPECT_EQ(m_seen, (std::vector{sampleID(1), sampleID(2)}));
+}
+
 TEST_F(WorkLoopTest, AnotherProcesssDrainIsLeftAloneOrWaitedFor) {
   m_store.insert(sampleCapture(1, 1));
   start([&](const Capture& capture) { organize(capture); });

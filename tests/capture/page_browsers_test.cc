@@ -1,0 +1,21 @@
+#include "core/capture/page_browsers.h"
+
+#include <gtest/gtest.h>
+
+namespace brindlemoor {
+namespace {
+
+TEST(PageBrowsers, ChromiumAndFirefoxByExactClassName) {
+  for (const char* name :
+       {"Chromium", "Google-chrome", "Brave-browser", "firefox", "Firefox-esr"}) {
+    EXPECT_TRUE(PageBrowsers::contains(name)) << name;
+  }
+  EXPECT_TRUE(ChromiumBrowsers::contains("Microsoft-edge"));
+  EXPECT_FALSE(ChromiumBrowsers::contains("firefox")) << "Firefox needs no restart";
+  for (const char* name : {"google-chrome ", "Gedit", ""}) {
+    EXPECT_FALSE(PageBrowsers::contains(name)) << name;
+  }
+}
+
+}  // namespace
+}  // namespace brindlemoor

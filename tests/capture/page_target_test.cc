@@ -7,105 +7,78 @@
 namespace brindlemoor {
 namespace {
 
-constexpr Rect kLarge{10, 20, 640, 360};
-constexpr Rect kSmall{10, 20, 159, 200};
+// Exactly the smallest video and image, and just short of a video.
+constexpr Rect kVideo{10, 20, 160, 90};
+constexpr Rect kImage{5, 5, 120, 120};
+constexpr Rect kNarrow{10, 20, 159, 200};
+constexpr Rect kLarge{0, 0, 800, 450};
 
 PointerNode node(std::string role, Rect frame = {}) {
   return {.role = std::move(role), .frame = frame};
 }
 
-PointerNode titled(std::string title, Rect frame = kLarge) {
-  return {.role = "AXGroup", .title = std::move(title), .frame = frame};
-}
-
-PointerNode classed(std::string domClass, Rect frame = kLarge) {
-  return {.role = "AXGroup", .frame = frame, .domClasses = {"outer", std::move(domClass)}};
-}
-
 PointerNode link(std::string url) {
-  return {.role = "AXLink", .url = std::move(url), .frame = {0, 0, 1000, 1000}};
+  return {.role = "AXLink", .url = std::move(url), .frame = kLarge};
 }
 
-PointerNode image(std::optional<std::string> url, Rect frame = {5, 5, 300, 200}) {
+PointerNode image(std::optional<std::string> url, Rect frame = kImage) {
   return {.role = "AXImage", .url = std::move(url), .frame = frame};
 }
 
-struct Case {
-  const char* what;
-  std::vector<PointerNode> chain;
-  PageTarget expected;
-};
-
 TEST(PageTarget, DecidesVideoThenVideoLinkThenImageThenWindow) {
-  const Rect parent{0, 0, 800, 450};
-  const std::vector<PointerNode> deep(7, node("AXGroup"));
-  auto videoAtEight = deep;
-  videoAtEight.push_back(node("AXVideo", kLarge));
-  const Rect behind{0, 0, 1000, 1000};
-
-  const std::vector<Case> cases = {
-      {"empty chain", {}, PageTarget::window()},
-      {"a small video gives way to its video parent",
-       {node("AXVideo", kSmall), node("AXGroup", parent), classed("html5-video-container", parent)},
-       PageTarget::video(parent)},
-      {"the eighth node is out of reach", videoAtEight, PageTarget::window()},
-      {"videos is not the word video", {titled("Latest videos")}, PageTarget::window()},
-      {"video is the word", {titled("Play video: cats")}, PageTarget::video(kLarge)},
-      {"player in a role description",
-       {node("AXGroup"), {.roleDescription = "Media Player", .frame = kLarge}},
+  std::vector<PointerNode> deep(7, node("AXGroup"));
+  deep.push_back(node("AXVideo", kLarge));
+  const std::string photo = "https://example.com/fox.jpg";
+  const PointerNode videoParent{.frame = kLarge, .domClasses = {"outer", "html5-video-box"}};
+  const struct {
+    const char* what;
+    std::vector<PointerNode> chain;
+    PageTarget expected;
+  } cases[] = {
+      {"empty", {}, PageTarget::window()},
+      {"a narrow video gives way to a video parent",
+       {node("AXVideo", kNarrow), node("AXGroup", kVideo), videoParent},
        PageTarget::video(kLarge)},
-      {"a class merely containing it counts", {classed("myVideos")}, PageTarget::video(kLarge)},
-      {"an identifier too",
-       {{.frame = kLarge, .domIdentifier = "movie_player"}},
-       PageTarget::video(kLarge)},
-      {"a video beats the image under the pointer",
-       {image("https://example.com/poster.jpg"), node("AXVideo", kLarge)},
-       PageTarget::video(kLarge)},
-      {"a link to a video file: the node inside it",
-       {node("AXStaticText", kSmall), node("AXGroup", kLarge),
-        link("https://example.com/a/Clip.MP4")},
-       PageTarget::video(kLarge)},
-      {"the link itself is never the region",
-       {link("https://example.com/clip.webm"), node("AXGroup", kLarge)},
+      {"the eighth node is out of reach", deep, PageTarget::window()},
+      {"videos is no video", {{.title = "Latest videos", .frame = kVideo}}, PageTarget::window()},
+      {"video is", {{.title = "Play video: cats", .frame = kVideo}}, PageTarget::video(kVideo)},
+      {"any class containing it",
+       {{.frame = kVideo, .domClasses = {"myVideos"}}},
+       PageTarget::video(kVideo)},
+      {"a video beats an image",
+       {image(photo), node("AXVideo", kVideo)},
+       PageTarget::video(kVideo)},
+      {"inside a link to a video file",
+       {node("AXText", kNarrow), node("AXGroup", kVideo), link("https://a.com/Clip.MP4")},
+       PageTarget::video(kVideo)},
+      {"never the link itself",
+       {link("https://a.com/c.webm"), node("AXGroup", kVideo)},
        PageTarget::window()},
-      {"mp4 only in the query",
-       {node("AXGroup", kLarge), link("https://example.com/watch.html?f=a.mp4")},
+      {"mp4 in the query",
+       {node("AXGroup", kVideo), link("https://a.com/w.html?f=a.mp4")},
        PageTarget::window()},
-      {"an image with a web address",
-       {node("AXStaticText"), image("https://example.com/fox.jpg")},
-       PageTarget::image("https://example.com/fox.jpg", {5, 5, 300, 200})},
-      {"scheme in capitals",
-       {image("HTTP://example.com/fox.jpg")},
-       PageTarget::image("HTTP://example.com/fox.jpg", {5, 5, 300, 200})},
-      {"a data address gives no source",
+      {"an image", {node("AXText"), image(photo)}, PageTarget::image(photo, kImage)},
+      {"data: gives no source",
        {image("data:image/png;base64,iVBORw0KGgo=")},
-       PageTarget::image(std::nullopt, {5, 5, 300, 200})},
-      {"a blob address gives no source",
-       {image("blob:https://example.com/1f2e")},
-       PageTarget::image(std::nullopt, {5, 5, 300, 200})},
-      {"an image of exactly 120 counts",
-       {image(std::nullopt, {0, 0, 120, 120})},
-       PageTarget::image(std::nullopt, {0, 0, 120, 120})},
-      {"a narrow image decides for the window",
-       {image("https://example.com/a.png", {0, 0, 119, 500}),
-        image("https://example.com/b.png", behind)},
+       PageTarget::image(std::nullopt, kImage)},
+      {"a narrow image decides",
+       {image(photo, {0, 0, 119, 500}), image(photo, kLarge)},
        PageTarget::window()},
       {"the fourth node is out of reach",
-       {node("AXGroup"), node("AXGroup"), node("AXGroup"), image(std::nullopt, behind)},
+       {node("AXGroup"), node("AXGroup"), node("AXGroup"), image(photo)},
        PageTarget::window()},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(PageTarget::decide(c.chain), c.expected) << c.what;
   }
 }
 
 TEST(PageTarget, ReachesPageOnlyPastTheOuterContainers) {
+  std::vector<PointerNode> chain = {node("AXScrollArea"), node("AXGroup"), node("AXWindow")};
   EXPECT_FALSE(PageTarget::reachesPage({}));
-  const std::vector<PointerNode> outer = {node("AXScrollArea"), node("AXGroup"), node("AXWindow")};
-  EXPECT_FALSE(PageTarget::reachesPage(outer));
-  auto inner = outer;
-  inner.insert(inner.begin(), node("AXStaticText"));
-  EXPECT_TRUE(PageTarget::reachesPage(inner));
+  EXPECT_FALSE(PageTarget::reachesPage(chain));
+  chain.insert(chain.begin(), node("AXStaticText"));
+  EXPECT_TRUE(PageTarget::reachesPage(chain));
 }
 
 }  // namespace

@@ -3,6 +3,9 @@
 #include <curl/curl.h>
 
 #include <memory>
+#include <vector>
+
+#include "core/model/text.h"
 
 namespace brindlemoor::Url {
 namespace {
@@ -23,9 +26,11 @@ std::unique_ptr<CURLU, UrlDeleter> parsed(std::string_view url) {
   return handle;
 }
 
-std::optional<std::string> part(CURLU* handle, CURLUPart which) {
+std::optional<std::string> part(CURLU* handle, CURLUPart which, unsigned int flags = 0) {
   char* value = nullptr;
-  if (curl_url_get(handle, which, &value, 0) != CURLUE_OK || value == nullptr) return std::nullopt;
+  if (curl_url_get(handle, which, &value, flags) != CURLUE_OK || value == nullptr) {
+    return std::nullopt;
+  }
   std::string result(value);
   curl_free(value);
   return result;
@@ -45,6 +50,25 @@ std::optional<std::string> scheme(std::string_view url) {
   auto handle = parsed(url);
   if (!handle) return std::nullopt;
   return part(handle.get(), CURLUPART_SCHEME);
+}
+
+std::optional<std::string> path(std::string_view url) {
+  auto handle = parsed(url);
+  if (!handle) return std::nullopt;
+  return part(handle.get(), CURLUPART_PATH);
+}
+
+std::string pathExtension(std::string_view url) {
+  auto handle = parsed(url);
+  if (!handle) return "";
+  const auto decoded = part(handle.get(), CURLUPART_PATH, CURLU_URLDECODE);
+  if (!decoded) return "";
+  const std::vector<std::string_view> pieces = Text::pieces(*decoded, '/');
+  if (pieces.empty()) return "";
+  const std::string_view name = pieces.back();
+  const std::size_t dot = name.rfind('.');
+  if (dot == std::string_view::npos || dot == 0) return "";
+  return std::string(name.substr(dot + 1));
 }
 
 }  // namespace brindlemoor::Url

@@ -18,4 +18,14 @@ std::optional<std::string> host(std::string_view url);
 // doesn't parse as an absolute URL.
 std::optional<std::string> scheme(std::string_view url);
 
+// The path of `url` as it stands, percent-encoding kept, "/" for an address
+// with none; nothing when `url` doesn't parse as an absolute URL.
+std::optional<std::string> path(std::string_view url);
+
+// The extension of the last non-empty piece of the decoded path, without its
+// dot and with its case kept: "MP4" for ".../clip.MP4/". Empty when `url`
+// doesn't parse, when the piece has no dot, or when its only dot leads it, as
+// in a hidden file's name. The query and fragment play no part.
+std::string pathExtension(std::string_view url);
+
 }  // namespace brindlemoor::Url

@@ -14,9 +14,9 @@
 #include <vector>
 
 #include "core/model/capture_kind.h"
+#include "core/model/internal/icu_regex.h"
 #include "core/model/text.h"
 #include "core/model/url.h"
-#include "core/understanding/internal/icu_regex.h"
 #include "core/understanding/model_reply.h"
 #include "core/understanding/untrusted_json.h"
 #include "core/understanding/utf8.h"

@@ -1,7 +1,7 @@
 #include "core/understanding/model_reply.h"
 
+#include "core/model/internal/icu_regex.h"
 #include "core/model/text.h"
-#include "core/understanding/internal/icu_regex.h"
 #include "core/understanding/untrusted_json.h"
 
 namespace brindlemoor::ModelReply {

@@ -1,4 +1,4 @@
-#include "core/understanding/internal/icu_regex.h"
+#include "core/model/internal/icu_regex.h"
 
 #include <stdexcept>
 

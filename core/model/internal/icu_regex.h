@@ -1,5 +1,6 @@
-// The few ICU calls the readers of model replies share: UTF-8 in and out of
-// ICU strings, and patterns compiled once and applied everywhere in a text.
+// The few ICU calls that the readers of model replies and the capture rules
+// share: UTF-8 in and out of ICU strings, and patterns compiled once and
+// applied everywhere in a text.
 #pragma once
 
 #include <unicode/regex.h>

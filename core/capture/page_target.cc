@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/model/internal/icu_regex.h"
+#include "core/model/icu_regex.h"
 #include "core/model/text.h"
 #include "core/model/url.h"
 
@@ -36,8 +36,8 @@ bool holdsVideo(const Rect& frame) {
 // Titles and descriptions are prose, so the words count only whole: "videos"
 // is no video. ICU's word boundaries hold for any script.
 bool namesVideo(const std::string& prose) {
-  static const auto pattern = internal::compiled(u"\\b(video|player)\\b");
-  const icu::UnicodeString text = internal::unicode(Text::lowercased(prose));
+  static const auto pattern = IcuRegex::compiled(u"\\b(video|player)\\b");
+  const icu::UnicodeString text = IcuRegex::unicode(Text::lowercased(prose));
   UErrorCode status = U_ZERO_ERROR;
   const std::unique_ptr<icu::RegexMatcher> matcher(pattern->matcher(text, status));
   return U_SUCCESS(status) && matcher->find(status);

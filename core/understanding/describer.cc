@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "core/model/capture_kind.h"
-#include "core/model/internal/icu_regex.h"
+#include "core/model/icu_regex.h"
 #include "core/model/text.h"
 #include "core/model/url.h"
 #include "core/understanding/model_reply.h"
@@ -24,10 +24,10 @@
 namespace brindlemoor {
 namespace {
 
-using internal::compiled;
-using internal::replacedAll;
-using internal::unicode;
-using internal::utf8;
+using IcuRegex::compiled;
+using IcuRegex::replacedAll;
+using IcuRegex::unicode;
+using IcuRegex::utf8;
 
 constexpr std::size_t kExcerptCharacters = 3000;
 constexpr std::size_t kErrorCharacters = 200;

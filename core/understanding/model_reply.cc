@@ -1,6 +1,6 @@
 #include "core/understanding/model_reply.h"
 
-#include "core/model/internal/icu_regex.h"
+#include "core/model/icu_regex.h"
 #include "core/model/text.h"
 #include "core/understanding/untrusted_json.h"
 
@@ -19,9 +19,9 @@ std::optional<nlohmann::json> jsonObject(std::string_view text) {
 
 std::optional<std::string> clean(std::optional<std::string_view> text, std::size_t max) {
   if (!text || max == 0) return std::nullopt;
-  static const auto whitespaceRuns = internal::compiled(u"\\s+");
+  static const auto whitespaceRuns = IcuRegex::compiled(u"\\s+");
   const std::string oneLine =
-      internal::utf8(internal::replacedAll(*whitespaceRuns, internal::unicode(*text), u" "));
+      IcuRegex::utf8(IcuRegex::replacedAll(*whitespaceRuns, IcuRegex::unicode(*text), u" "));
   std::string trimmed = Text::trimmed(oneLine, U"\"");
   if (trimmed.empty()) return std::nullopt;
   if (!Text::longerThan(trimmed, max)) return trimmed;

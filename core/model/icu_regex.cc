@@ -1,8 +1,8 @@
-#include "core/model/internal/icu_regex.h"
+#include "core/model/icu_regex.h"
 
 #include <stdexcept>
 
-namespace brindlemoor::internal {
+namespace brindlemoor::IcuRegex {
 
 icu::UnicodeString unicode(std::string_view text) {
   return icu::UnicodeString::fromUTF8(
@@ -31,4 +31,4 @@ icu::UnicodeString replacedAll(const icu::RegexPattern& pattern, const icu::Unic
   return U_SUCCESS(status) ? result : text;
 }
 
-}  // namespace brindlemoor::internal
+}  // namespace brindlemoor::IcuRegex

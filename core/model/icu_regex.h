@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-namespace brindlemoor::internal {
+namespace brindlemoor::IcuRegex {
 
 icu::UnicodeString unicode(std::string_view text);
 std::string utf8(const icu::UnicodeString& text);
@@ -23,4 +23,4 @@ std::unique_ptr<icu::RegexPattern> compiled(const icu::UnicodeString& source);
 icu::UnicodeString replacedAll(const icu::RegexPattern& pattern, const icu::UnicodeString& text,
                                const icu::UnicodeString& replacement);
 
-}  // namespace brindlemoor::internal
+}  // namespace brindlemoor::IcuRegex

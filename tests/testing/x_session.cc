@@ -1,0 +1,131 @@
+#include "tests/testing/x_session.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <xcb/xcb.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace brindlemoor::testing {
+namespace {
+
+// Click to focus and nothing more: the default configuration binds Super
+// chords to menus and dialogs that would become windows of the test.
+constexpr const char* kManagerConfig =
+    R"(<openbox_config xmlns="http://openbox.org/3.4/rc"><keyboard/><mouse>
+ <context name="Frame"><mousebind button="Left" action="Press"><action name="Focus"/><action name="Raise"/></mousebind></context>
+ <context name="Client"><mousebind button="Left" action="Press"><action name="Focus"/><action name="Raise"/></mousebind></context>
+</mouse></openbox_config>
+)";
+
+// Starts `args` with its output thrown away, keeping `keptFd` open in it.
+pid_t spawn(std::vector<std::string> args, int keptFd = -1) {
+  std::vector<char*> argv;
+  for (auto& arg : args) argv.push_back(arg.data());
+  argv.push_back(nullptr);
+  const pid_t pid = ::fork();
+  if (pid < 0) throw std::runtime_error("fork: " + std::string(std::strerror(errno)));
+  if (pid == 0) {
+    const int devNull = ::open("/dev/null", O_RDWR);
+    ::dup2(devNull, STDIN_FILENO);
+    ::dup2(devNull, STDOUT_FILENO);
+    ::dup2(devNull, STDERR_FILENO);
+    if (keptFd >= 0) ::fcntl(keptFd, F_SETFD, 0);
+    ::execvp(argv[0], argv.data());
+    ::_exit(127);
+  }
+  return pid;
+}
+
+void stop(pid_t& pid) {
+  if (pid <= 0) return;
+  ::kill(pid, SIGTERM);
+  ::waitpid(pid, nullptr, 0);
+  pid = -1;
+}
+
+// Whether a window manager has announced itself on the screen of `display`.
+bool managed(const std::string& display) {
+  const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
+      xcb_connect(display.c_str(), nullptr), xcb_disconnect);
+  if (xcb_connection_has_error(connection.get())) return false;
+  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
+  constexpr std::string_view name = "_NET_SUPPORTING_WM_CHECK";
+  std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> atom(
+      xcb_intern_atom_reply(connection.get(),
+                            xcb_intern_atom(connection.get(), 1, name.size(), name.data()),
+                            nullptr),
+      std::free);
+  if (!atom || atom->atom == XCB_ATOM_NONE) return false;
+  std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> property(
+      xcb_get_property_reply(
+          connection.get(),
+          xcb_get_property(connection.get(), 0, root, atom->atom, XCB_ATOM_WINDOW, 0, 1), nullptr),
+      std::free);
+  return property && xcb_get_property_value_length(property.get()) == 4;
+}
+
+}  // namespace
+
+XSession::XSession() {
+  if (const char* display = std::getenv("DISPLAY")) m_previousDisplay = display;
+  int ready[2];
+  if (::pipe2(ready, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
+  // The server writes its display number to the pipe once it takes
+  // connections, choosing a free one itself.
+  m_server = spawn({"Xvfb", "-displayfd", std::to_string(ready[1]), "-screen", "0", "1920x1080x24",
+                    "-nolisten", "tcp", "-noreset"},
+                   ready[1]);
+  ::close(ready[1]);
+  std::string number;
+  pollfd wait{ready[0], POLLIN, 0};
+  char c;
+  while (::poll(&wait, 1, 10000) > 0 && ::read(ready[0], &c, 1) == 1 && c != '\n') number += c;
+  ::close(ready[0]);
+  if (number.empty()) {
+    stop(m_server);
+    throw std::runtime_error("Xvfb did not start");
+  }
+  m_display = ":" + number;
+  ::setenv("DISPLAY", m_display.c_str(), 1);
+
+  const auto config = m_dir.path() / "openbox.xml";
+  std::ofstream(config) << kManagerConfig;
+  m_manager = spawn({"openbox", "--sm-disable", "--config-file", config.string()});
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (!managed(m_display)) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      shutDown();
+      throw std::runtime_error("openbox did not take the screen");
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+}
+
+XSession::~XSession() {
+  shutDown();
+}
+
+void XSession::shutDown() {
+  // The manager first: a server that goes first leaves it failing on a lost
+  // connection.
+  stop(m_manager);
+  stop(m_server);
+  if (m_previousDisplay.empty()) {
+    ::unsetenv("DISPLAY");
+  } else {
+    ::setenv("DISPLAY", m_previousDisplay.c_str(), 1);
+  }
+}
+
+}  // namespace brindlemoor::testing

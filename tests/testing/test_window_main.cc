@@ -1,0 +1,97 @@
+// bm-test-window TITLE X Y WIDTH HEIGHT SEED: a window of its own process
+// for the tests of the X11 layer. It asks to be placed at X, Y, draws
+// patternColour() for SEED on every exposure, and marks itself with the
+// property _BM_DRAWN once it has drawn, so that a test knows when its pixels
+// are there. It runs until it is ended.
+#include <unistd.h>
+#include <xcb/xcb.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "tests/testing/test_window.h"
+
+namespace {
+
+xcb_atom_t atom(xcb_connection_t* connection, const char* name) {
+  xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(
+      connection, xcb_intern_atom(connection, 0, std::strlen(name), name), nullptr);
+  const xcb_atom_t found = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+  std::free(reply);
+  return found;
+}
+
+void draw(xcb_connection_t* connection, xcb_window_t window, xcb_gcontext_t gc, int width,
+          int height, int seed) {
+  // One band of rows at a time keeps each request well within its limit.
+  constexpr int kRows = 16;
+  std::vector<std::uint32_t> pixels;
+  for (int top = 0; top < height; top += kRows) {
+    const int rows = std::min(kRows, height - top);
+    pixels.assign(static_cast<std::size_t>(width) * rows, 0);
+    for (int y = 0; y < rows; ++y) {
+      for (int x = 0; x < width; ++x) {
+        pixels[static_cast<std::size_t>(y) * width + x] =
+            brindlemoor::testing::patternColour(seed, x, top + y);
+      }
+    }
+    xcb_put_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, gc, width, rows, 0, top, 0, 24,
+                  pixels.size() * 4, reinterpret_cast<const std::uint8_t*>(pixels.data()));
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 7) return 2;
+  const std::string title = argv[1];
+  const int x = std::atoi(argv[2]), y = std::atoi(argv[3]);
+  const int width = std::atoi(argv[4]), height = std::atoi(argv[5]), seed = std::atoi(argv[6]);
+  xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+  if (const int error = xcb_connection_has_error(connection)) {
+    std::fprintf(stderr, "bm-test-window: no connection to %s (%d)\n", std::getenv("DISPLAY"),
+                 error);
+    return 1;
+  }
+  const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+
+  const xcb_window_t window = xcb_generate_id(connection);
+  const std::uint32_t values[] = {screen->black_pixel, XCB_EVENT_MASK_EXPOSURE};
+  xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, screen->root, x, y, width, height, 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
+                    XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values);
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING,
+                      8, title.size(), title.data());
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom(connection, "_NET_WM_NAME"),
+                      atom(connection, "UTF8_STRING"), 8, title.size(), title.data());
+  const char kClass[] = "bm-test-window\0BmTestWindow";
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING,
+                      8, sizeof kClass, kClass);
+  // User-given position and size, which the window manager honours.
+  std::uint32_t hints[18] = {1 | 2, static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y),
+                             static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NORMAL_HINTS,
+                      XCB_ATOM_WM_SIZE_HINTS, 32, 18, hints);
+  const xcb_gcontext_t gc = xcb_generate_id(connection);
+  xcb_create_gc(connection, gc, window, 0, nullptr);
+  xcb_map_window(connection, window);
+  xcb_flush(connection);
+
+  const xcb_atom_t drawn = atom(connection, "_BM_DRAWN");
+  while (xcb_generic_event_t* event = xcb_wait_for_event(connection)) {
+    if ((event->response_type & 0x7f) == XCB_EXPOSE &&
+        reinterpret_cast<xcb_expose_event_t*>(event)->count == 0) {
+      draw(connection, window, gc, width, height, seed);
+      const std::uint32_t one = 1;
+      xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, drawn, XCB_ATOM_CARDINAL, 32,
+                          1, &one);
+      xcb_flush(connection);
+    }
+    std::free(event);
+  }
+  xcb_disconnect(connection);
+  return 0;
+}

@@ -1,0 +1,201 @@
+#include "app/platform/x11/hotkey_monitor.h"
+
+#include <gtest/gtest.h>
+#include <xcb/xcb.h>
+#include <xkbcommon/xkbcommon-x11.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "tests/testing/x_session.h"
+
+namespace brindlemoor {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Types on the private desktop through XTEST, by key code, as a keyboard
+// would: `strokes` is xdotool's, e.g. "keydown 133 keyup 133".
+void type(const std::string& strokes) {
+  ASSERT_EQ(std::system(("xdotool " + strokes).c_str()), 0) << strokes;
+}
+
+// The key code that shows `keysym` first in the server's map now, read
+// through xkbcommon on a connection of the test's own.
+std::string keycodeOf(xkb_keysym_t keysym) {
+  const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> c(
+      xcb_connect(nullptr, nullptr), xcb_disconnect);
+  xkb_x11_setup_xkb_extension(c.get(), 1, 0, XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr,
+                              nullptr, nullptr);
+  const std::unique_ptr<xkb_context, decltype(&xkb_context_unref)> context(
+      xkb_context_new(XKB_CONTEXT_NO_FLAGS), xkb_context_unref);
+  const std::unique_ptr<xkb_keymap, decltype(&xkb_keymap_unref)> keymap(
+      xkb_x11_keymap_new_from_device(context.get(), c.get(),
+                                     xkb_x11_get_core_keyboard_device_id(c.get()),
+                                     XKB_KEYMAP_COMPILE_NO_FLAGS),
+      xkb_keymap_unref);
+  for (auto code = xkb_keymap_min_keycode(keymap.get());
+       code <= xkb_keymap_max_keycode(keymap.get()); ++code) {
+    const xkb_keysym_t* syms = nullptr;
+    if (xkb_keymap_key_get_syms_by_level(keymap.get(), code, 0, 0, &syms) > 0 &&
+        syms[0] == keysym) {
+      return std::to_string(code);
+    }
+  }
+  return {};
+}
+
+// Each test has a desktop of its own and a running monitor of both Super
+// keys that counts its firings and keeps each state of the held keys told.
+class HotkeyMonitorTest : public ::testing::Test {
+ protected:
+  void SetUp() override { m_monitor.start(); }
+
+  // The firings once `expected` have come, or 5 s have passed, and a little
+  // longer, so that one too many would show.
+  int firings(int expected) {
+    const auto deadline = std::chrono::steady_clock::now() + 5s;
+    while (m_firings < expected && std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::sleep_for(10ms);
+    }
+    std::this_thread::sleep_for(300ms);
+    return m_firings;
+  }
+  // Whether the sides held come to `left` and `right` within 5 s.
+  bool heldComesTo(bool left, bool right) {
+    const auto deadline = std::chrono::steady_clock::now() + 5s;
+    while (m_monitor.held() != HeldKeys{left, right}) {
+      if (std::chrono::steady_clock::now() > deadline) return false;
+      std::this_thread::sleep_for(10ms);
+    }
+    return true;
+  }
+  std::vector<HeldKeys> heldSeen() {
+    std::lock_guard lock(m_mutex);
+    return m_heldSeen;
+  }
+
+  testing::XSession m_session;
+  std::atomic<int> m_firings = 0;
+  std::mutex m_mutex;
+  std::vector<HeldKeys> m_heldSeen;
+  HotkeyMonitor m_monitor{CaptureKeys::bothCommands, [this] { ++m_firings; },
+                          [this](HeldKeys held) {
+                            std::lock_guard lock(m_mutex);
+                            m_heldSeen.push_back(held);
+                          }};
+};
+
+// Xvfb's map: Super_L 133, Super_R 134, e 26, Tab 23.
+
+TEST_F(HotkeyMonitorTest, BothSuperKeysFireOncePerHoldingInEitherOrderAndHeldLong) {
+  type("keydown 133 keydown 134 keyup 134 keyup 133");
+  EXPECT_EQ(firings(1), 1);
+  EXPECT_EQ(heldSeen(), (std::vector<HeldKeys>{{true, false}, {true, true}, {true, false}, {}}));
+
+  type("keydown 134 keydown 133 keyup 133 keyup 134");
+  EXPECT_EQ(firings(2), 2);
+  // Held a while, and one side lifted and pressed again: still once.
+  type("keydown 133 keydown 134 sleep 1 keyup 133 keydown 133 keyup 133 keyup 134");
+  EXPECT_EQ(firings(3), 3);
+  EXPECT_EQ(m_monitor.held(), HeldKeys{});
+}
+
+TEST_F(HotkeyMonitorTest, ALetterTypedWithOneSuperOrOneSuperAloneNeverFires) {
+  type("keydown 133 keydown 26 keyup 26 keydown 134 keyup 134 keyup 133");
+  type("keydown 134 keydown 23 keyup 23 keyup 134");
+  type("keydown 133 sleep 1 keyup 133");
+  type("keydown 133 keyup 133 keydown 133 keyup 133");
+  // The chord that follows is clean again, and is the one firing.
+  type("keydown 133 keydown 134 keyup 134 keyup 133");
+  EXPECT_EQ(firings(1), 1);
+}
+
+TEST_F(HotkeyMonitorTest, AReleaseDuringAnotherClientsGrabIsSeen) {
+  type("keydown 133");
+  ASSERT_TRUE(heldComesTo(true, false));
+  const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> grabber(
+      xcb_connect(nullptr, nullptr), xcb_disconnect);
+  const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(grabber.get())).data->root;
+  const std::unique_ptr<xcb_grab_keyboard_reply_t, decltype(&std::free)> grab(
+      xcb_grab_keyboard_reply(grabber.get(),
+                              xcb_grab_keyboard(grabber.get(), 0, root, XCB_CURRENT_TIME,
+                                                XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC),
+                              nullptr),
+      std::free);
+  ASSERT_TRUE(grab && grab->status == XCB_GRAB_STATUS_SUCCESS);
+  type("keyup 133");
+  xcb_ungrab_keyboard(grabber.get(), XCB_CURRENT_TIME);
+  xcb_flush(grabber.get());
+
+  EXPECT_TRUE(heldComesTo(false, false));
+  // Had the release been lost, the right key alone would complete a gesture.
+  type("keydown 134 keyup 134");
+  EXPECT_EQ(firings(0), 0);
+}
+
+TEST_F(HotkeyMonitorTest, KeysChangedWhileStoppedAreTakenFromTheServerAtStart) {
+  type("keydown 133");
+  ASSERT_TRUE(heldComesTo(true, false));
+  m_monitor.stop();
+  type("keyup 133 keydown 134");
+  m_monitor.start();
+  // The left key went up unseen and the right one down: pressing the left
+  // now completes the pair, whose right side went down before the start.
+  type("keydown 133");
+  EXPECT_EQ(firings(1), 1);
+  EXPECT_EQ(m_monitor.held(), (HeldKeys{true, true}));
+  type("keyup 133 keyup 134");
+  EXPECT_TRUE(heldComesTo(false, false));
+}
+
+TEST_F(HotkeyMonitorTest, BothAltKeysChosenAtRunTimeFireAndSuperKeysNoLonger) {
+  const std::string altL = keycodeOf(XKB_KEY_Alt_L);
+  std::string altR = keycodeOf(XKB_KEY_Alt_R);
+  if (altR.empty()) altR = keycodeOf(XKB_KEY_ISO_Level3_Shift);
+  ASSERT_FALSE(altL.empty() || altR.empty());
+
+  m_monitor.setKeys(CaptureKeys::bothOptions);
+  type("keydown 133 keydown 134 keyup 134 keyup 133");
+  EXPECT_EQ(firings(0), 0);
+  type("keydown " + altR + " keydown " + altL + " keyup " + altL + " keyup " + altR);
+  EXPECT_EQ(firings(1), 1);
+  EXPECT_EQ(heldSeen().at(1), (HeldKeys{true, true}));
+}
+
+TEST_F(HotkeyMonitorTest, TheShortcutFiresOnCtrlAltSuperKAloneAndNotWithShift) {
+  const std::string control = keycodeOf(XKB_KEY_Control_L), alt = keycodeOf(XKB_KEY_Alt_L),
+                    super = keycodeOf(XKB_KEY_Super_L), shift = keycodeOf(XKB_KEY_Shift_L),
+                    k = keycodeOf(XKB_KEY_k);
+  ASSERT_FALSE(control.empty() || alt.empty() || super.empty() || shift.empty() || k.empty());
+  const std::string chord = "keydown " + control + " keydown " + alt + " keydown " + super;
+  const std::string release = " keyup " + super + " keyup " + alt + " keyup " + control;
+
+  m_monitor.setKeys(CaptureKeys::shortcut);
+  type("keydown 133 keydown 134 keyup 134 keyup 133");
+  type(chord + " keydown " + shift + " keydown " + k + " keyup " + k + " keyup " + shift + release);
+  EXPECT_EQ(firings(0), 0);
+  type(chord + " keydown " + k + " keyup " + k + release);
+  EXPECT_EQ(firings(1), 1);
+}
+
+TEST_F(HotkeyMonitorTest, ALayoutChangedWhileListeningIsFollowed) {
+  // Swapping the left Alt and Super keys moves Super_L to another key code.
+  ASSERT_EQ(keycodeOf(XKB_KEY_Super_L), "133");
+  ASSERT_EQ(std::system("setxkbmap -option altwin:swap_lalt_lwin"), 0);
+  const std::string superL = keycodeOf(XKB_KEY_Super_L);
+  ASSERT_NE(superL, "133");
+
+  // 133 is a left Alt now, which spoils the pair.
+  type("keydown 133 keydown 134 keyup 134 keyup 133");
+  EXPECT_EQ(firings(0), 0);
+  type("keydown " + superL + " keydown 134 keyup 134 keyup " + superL);
+  EXPECT_EQ(firings(1), 1);
+}
+
+}  // namespace
+}  // namespace brindlemoor

@@ -7,10 +7,10 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <exception>
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "core/model/http_transfer.h"
 #include "core/understanding/base64.h"
 #include "core/understanding/internal/ollama_reply.h"
 
@@ -117,103 +117,6 @@ std::string urlFor(const std::string& host, std::string_view path) {
   return url + "/" + std::string(path);
 }
 
-// ---- One HTTP exchange through libcurl ----
-
-// Receives the body as it arrives, with the HTTP status known so far; false
-// stops the transfer. It may throw: the exception ends the transfer and is
-// thrown again by transfer().
-using Sink = std::function<bool(std::string_view chunk, long status)>;
-
-struct Outcome {
-  CURLcode code;
-  long status;        // 0 when no HTTP answer came
-  std::string words;  // libcurl's description of a failed transfer
-};
-
-struct WriteContext {
-  CURL* curl;
-  const Sink* sink;
-  std::exception_ptr thrown;
-};
-
-// libcurl is C: nothing may be thrown through it.
-std::size_t writeBody(char* data, std::size_t size, std::size_t count, void* context) {
-  auto* write = static_cast<WriteContext*>(context);
-  const std::size_t length = size * count;
-  try {
-    long status = 0;
-    curl_easy_getinfo(write->curl, CURLINFO_RESPONSE_CODE, &status);
-    return (*write->sink)(std::string_view(data, length), status) ? length : 0;
-  } catch (...) {
-    write->thrown = std::current_exception();
-    return 0;
-  }
-}
-
-// Loopback never goes through a proxy, as in Ollama's own client: the daemon
-// is on this machine. The option replaces the user's no_proxy, so that list
-// is carried over.
-std::string noProxyList() {
-  std::string list = "localhost,127.0.0.1,::1";
-  for (const char* name : {"no_proxy", "NO_PROXY"}) {
-    if (const char* value = std::getenv(name); value != nullptr && *value != '\0') {
-      list += ",";
-      list += value;
-      break;
-    }
-  }
-  return list;
-}
-
-// A GET, or a POST of a JSON `body`, with `timeoutSeconds` for the whole
-// exchange and no other limit. Only Content-Type is sent of our own, and only
-// with a body: libcurl's default Accept and Expect are removed.
-Outcome transfer(const std::string& url, const std::optional<std::string>& body,
-                 double timeoutSeconds, const Sink& sink) {
-  // curl_global_init is not safe to race with itself; a local static runs it
-  // once, before the first transfer, whichever thread gets there first.
-  static const CURLcode global = curl_global_init(CURL_GLOBAL_DEFAULT);
-  if (global != CURLE_OK) return {global, 0, curl_easy_strerror(global)};
-
-  const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> curl(curl_easy_init(),
-                                                                 curl_easy_cleanup);
-  if (!curl) return {CURLE_FAILED_INIT, 0, curl_easy_strerror(CURLE_FAILED_INIT)};
-  std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)> headers(nullptr, curl_slist_free_all);
-  const auto addHeader = [&](const char* header) {
-    headers.reset(curl_slist_append(headers.release(), header));
-  };
-  addHeader("Accept:");
-  if (body) {
-    addHeader("Content-Type: application/json");
-    addHeader("Expect:");
-  }
-
-  // 0 would mean no limit at all to libcurl.
-  const double milliseconds = std::clamp(timeoutSeconds * 1000, 1.0, 1e12);
-  char errors[CURL_ERROR_SIZE] = "";
-  WriteContext context{curl.get(), &sink, nullptr};
-  CURL* handle = curl.get();
-  curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
-  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(milliseconds));
-  curl_easy_setopt(handle, CURLOPT_NOPROXY, noProxyList().c_str());
-  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
-  curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errors);
-  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, writeBody);
-  curl_easy_setopt(handle, CURLOPT_WRITEDATA, &context);
-  if (body) {
-    curl_easy_setopt(handle, CURLOPT_POST, 1L);
-    curl_easy_setopt(handle, CURLOPT_POSTFIELDS, body->data());
-    curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body->size()));
-  }
-
-  const CURLcode code = curl_easy_perform(handle);
-  if (context.thrown) std::rethrow_exception(context.thrown);
-  long status = 0;
-  curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
-  return {code, status, errors[0] != '\0' ? errors : curl_easy_strerror(code)};
-}
-
 // Bodies go out compact. Text that is not valid UTF-8 is repaired on the way
 // rather than refused, so that a stray byte in what was read off a picture
 // can't block a capture for ever.
@@ -226,13 +129,13 @@ json request(const std::string& host, std::string_view path, const std::optional
              double timeoutSeconds) {
   std::string reply;
   bool tooLarge = false;
-  const Outcome outcome =
-      transfer(urlFor(host, path), body ? std::optional(encoded(*body)) : std::nullopt,
-               timeoutSeconds, [&](std::string_view chunk, long) {
-                 tooLarge = reply.size() + chunk.size() > OllamaReply::kMaxBytes;
-                 if (!tooLarge) reply.append(chunk);
-                 return !tooLarge;
-               });
+  const HttpTransfer::Outcome outcome = HttpTransfer::run(
+      {urlFor(host, path), body ? std::optional(encoded(*body)) : std::nullopt, timeoutSeconds, {}},
+      [&](std::string_view chunk, long) {
+        tooLarge = reply.size() + chunk.size() > OllamaReply::kMaxBytes;
+        if (!tooLarge) reply.append(chunk);
+        return !tooLarge;
+      });
   if (outcome.code != CURLE_OK && !tooLarge)
     throw OllamaClient::Failure::unreachable(outcome.words);
   return OllamaReply::object(reply, outcome.status, tooLarge);
@@ -343,7 +246,7 @@ void OllamaClient::pull(const std::string& model, const Progress& progress) cons
 
   std::string pending;    // the start of a line whose end has not come yet
   bool skipping = false;  // inside a line too long to hold, which is dropped
-  const Sink readLines = [&](std::string_view chunk, long status) {
+  const HttpTransfer::Sink readLines = [&](std::string_view chunk, long status) {
     if (status != 200) return false;
     for (std::size_t end; (end = chunk.find('\n')) != std::string_view::npos;) {
       if (!skipping) {
@@ -363,8 +266,8 @@ void OllamaClient::pull(const std::string& model, const Progress& progress) cons
   };
 
   const json body = {{"model", model}, {"stream", true}};
-  const Outcome outcome =
-      transfer(urlFor(m_host, "/api/pull"), encoded(body), kPullTimeout, readLines);
+  const HttpTransfer::Outcome outcome =
+      HttpTransfer::run({urlFor(m_host, "/api/pull"), encoded(body), kPullTimeout, {}}, readLines);
   if (outcome.status != 0 && outcome.status != 200)
     throw Failure::server(static_cast<int>(outcome.status), "pull " + model);
   if (outcome.code != CURLE_OK) throw brindlemoor::Failure(outcome.words);

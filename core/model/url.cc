@@ -58,17 +58,20 @@ std::optional<std::string> path(std::string_view url) {
   return part(handle.get(), CURLUPART_PATH);
 }
 
-std::string pathExtension(std::string_view url) {
+std::string lastPathPiece(std::string_view url) {
   auto handle = parsed(url);
   if (!handle) return "";
   const auto decoded = part(handle.get(), CURLUPART_PATH, CURLU_URLDECODE);
   if (!decoded) return "";
   const std::vector<std::string_view> pieces = Text::pieces(*decoded, '/');
-  if (pieces.empty()) return "";
-  const std::string_view name = pieces.back();
+  return pieces.empty() ? "" : std::string(pieces.back());
+}
+
+std::string pathExtension(std::string_view url) {
+  const std::string name = lastPathPiece(url);
   const std::size_t dot = name.rfind('.');
-  if (dot == std::string_view::npos || dot == 0) return "";
-  return std::string(name.substr(dot + 1));
+  if (dot == std::string::npos || dot == 0) return "";
+  return name.substr(dot + 1);
 }
 
 }  // namespace brindlemoor::Url

@@ -22,6 +22,10 @@ std::optional<std::string> scheme(std::string_view url);
 // with none; nothing when `url` doesn't parse as an absolute URL.
 std::optional<std::string> path(std::string_view url);
 
+// The last non-empty piece of the decoded path ("clip.MP4" for
+// ".../clip.MP4/"); empty when `url` doesn't parse or its path has none.
+std::string lastPathPiece(std::string_view url);
+
 // The extension of the last non-empty piece of the decoded path, without its
 // dot and with its case kept: "MP4" for ".../clip.MP4/". Empty when `url`
 // doesn't parse, when the piece has no dot, or when its only dot leads it, as

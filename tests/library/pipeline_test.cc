@@ -17,8 +17,6 @@ using testing::sampleID;
 constexpr const char* kVision = "vision:test";
 constexpr const char* kEmbedding = "embedding:test";
 
-// Collections forming and naming themselves are checked end to end by the
-// command line's test.
 class Pipeline : public ::testing::Test {
  protected:
   Pipeline() {
@@ -84,8 +82,6 @@ TEST_F(Pipeline, AfterARestartADescribedCaptureIsOnlyEmbeddedAndFiled) {
 
 TEST(RetryPlan, ClassesOfFailure) {
   using Failure = OllamaClient::Failure;
-  EXPECT_EQ(RetryPlan::forFailure(Failure::unreachable("refused")),
-            (RetryPlan{"Ollama is not running", 60}));
   EXPECT_EQ(RetryPlan::forFailure(Failure::server(500, "model not found")),
             (RetryPlan{"A model is missing: model not found", 300}));
   EXPECT_EQ(RetryPlan::forFailure(Failure::server(500, "Not Found")).delay, 600)

@@ -207,18 +207,17 @@ std::optional<json> ImitationOllama::bodyForModel(const httplib::Request& reques
 }
 
 void ImitationOllama::servePull(httplib::Response& response) {
-  response.set_chunked_content_provider("application/x-ndjson",
-                                        [this](std::size_t, httplib::DataSink& sink) {
-                                          for (const std::string& line : kPullLines) {
-                                            const std::string text = line + "\n";
-                                            if (!sink.write(text.data(), text.size())) return false;
-                                            // Lines come apart, as a download's progress does.
-                                            std::unique_lock lock(m_mutex);
-                                            if (!pause(lock, kPullPause)) return false;
-                                          }
-                                          sink.done();
-                                          return true;
-                                        });
+  const auto provide = [this](std::size_t, httplib::DataSink& sink) {
+    for (const std::string& line : kPullLines) {
+      const std::string text = line + "\n";
+      if (!sink.write(text.data(), text.size())) return false;
+      std::unique_lock lock(m_mutex);  // lines come apart, as a download's progress does
+      if (!pause(lock, kPullPause)) return false;
+    }
+    sink.done();
+    return true;
+  };
+  response.set_chunked_content_provider("application/x-ndjson", provide);
 }
 
 ClosedPort::ClosedPort() : m_socket(::socket(AF_INET, SOCK_STREAM, 0)), m_port(0) {

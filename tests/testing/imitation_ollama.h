@@ -1,17 +1,9 @@
-// ImitationOllama is a small HTTP server of our own that answers like a
-// local Ollama daemon, so that tests and benchmarks exercise the real client
-// over real HTTP without a daemon or a model on the machine. It listens on a
-// free loopback port from construction to destruction.
-//
-// It answers /api/version ("0.40.0"), /api/tags (the models it has),
-// /api/generate (the reply it was given), /api/embed (embeddingOf() of each
-// input in 768 dimensions, never of unit length, so that the client's
-// normalisation shows) and /api/pull (a chunked stream: a manifest line, three
-// of progress, "success", kPullPause apart). generate and embed answer 404 with the daemon's
-// words for a model it does not have ("x" stands for "x:latest").
-//
-// Every member may be called from any thread, also while requests are being
-// served; each request sees the settings as they were when it arrived.
+// ImitationOllama is an HTTP server of our own on a free loopback port that
+// answers like a local Ollama daemon: /api/version, /api/tags (the models
+// set), /api/generate (the reply set), /api/embed (embeddingOf() each input,
+// never of unit length) and /api/pull (a stream of five lines, kPullPause
+// apart); generate and embed answer 404 for a model it lacks ("x" stands for
+// "x:latest"). Every member may be called from any thread at any time.
 #pragma once
 
 #include <chrono>
@@ -41,40 +33,32 @@ class ImitationOllama {
   using Responder = std::function<std::string(const nlohmann::json& request)>;
   static constexpr std::chrono::milliseconds kPullPause{25};
 
-  // Starts serving; throws std::runtime_error when no port can be had.
-  ImitationOllama();
-  // Stops serving; requests still waiting (a delay, a pull) end at once.
-  ~ImitationOllama();
+  ImitationOllama();   // throws std::runtime_error when no port can be had
+  ~ImitationOllama();  // requests still waiting (a delay, a pull) end at once
   ImitationOllama(const ImitationOllama&) = delete;
   ImitationOllama& operator=(const ImitationOllama&) = delete;
 
-  // "http://127.0.0.1:<port>".
-  std::string host() const;
+  std::string host() const;  // "http://127.0.0.1:<port>"
 
-  // The installed models, in the order /api/tags lists them; none unless set.
   void setModels(std::vector<std::string> names);
-  // The text of every generation, or one made from each request; "" unless set.
+  // The text of every generation, or one made from each request.
   void setReply(std::string text);
   void setReply(Responder responder);
 
-  // The vector /api/embed gives for `text`: each word (letters and digits,
-  // lower-cased) adds a weight of 2 to 4 at a place given by its hash, so
-  // shared words make vectors alike and the empty text gives zeros. An image
-  // input adds one word made from its base64 text.
+  // Each word (letters and digits, lower-cased) adds 2 to 4 at a place given
+  // by its hash: shared words make vectors alike, no words give zeros. An
+  // image input adds one word made from its base64 text.
   static std::vector<float> embeddingOf(std::string_view text, int dimension);
 
-  // Every later request to `path` is answered with exactly this.
+  // Every later request to `path` gets exactly this.
   void answer(std::string path, int status, std::string body,
               std::string contentType = "application/json; charset=utf-8");
-  // Every later request waits this long before it is answered.
   void setDelay(std::chrono::milliseconds delay);
 
-  // The body of the last request to `path`; nothing if none came.
+  // Of the requests to `path`: the last body, the last headers as sent (less
+  // the server library's own), and how many came.
   std::optional<std::string> lastBody(const std::string& path) const;
-  // The headers of the last request to `path` by their names as sent, less
-  // the ones the server library adds of its own.
   std::map<std::string, std::string> lastHeaders(const std::string& path) const;
-  // How many requests came to `path`.
   int requestCount(const std::string& path) const;
 
  private:
@@ -85,12 +69,11 @@ class ImitationOllama {
   };
 
   // Records the request, waits out the delay, and gives the fixed answer if
-  // there is one; false when the request is still to be answered.
+  // there is one.
   bool answered(const httplib::Request& request, httplib::Response& response);
   // Waits up to `duration`, less if the server stops; false if it stopped.
   bool pause(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds duration);
-  // The JSON body of a request that names a model the imitation has; else
-  // the daemon's refusal is answered and nothing is returned.
+  // The JSON body of a request for a model it has; else answers 404.
   std::optional<nlohmann::json> bodyForModel(const httplib::Request& request,
                                              httplib::Response& response);
   void servePull(httplib::Response& response);
@@ -111,9 +94,8 @@ class ImitationOllama {
   std::map<std::string, int> m_counts;
 };
 
-// ClosedPort is a loopback port on which nothing listens: connecting to it
-// is refused at once. The port stays bound, unlistened, while the value
-// lives, so no other server can take it meanwhile.
+// A loopback port that refuses connections: bound, never listening, while
+// the value lives, so no other server can take it meanwhile.
 class ClosedPort {
  public:
   ClosedPort();
@@ -121,8 +103,7 @@ class ClosedPort {
   ClosedPort(const ClosedPort&) = delete;
   ClosedPort& operator=(const ClosedPort&) = delete;
 
-  // "http://127.0.0.1:<port>".
-  std::string host() const;
+  std::string host() const;  // "http://127.0.0.1:<port>"
 
  private:
   int m_socket;

@@ -6,23 +6,14 @@
 #include <unistd.h>
 #include <xcb/xcb.h>
 
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
+#include "app/platform/x11/x_connection.h"
 #include "tests/testing/test_window.h"
 
 namespace {
-
-xcb_atom_t atom(xcb_connection_t* connection, const char* name) {
-  xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(
-      connection, xcb_intern_atom(connection, 0, std::strlen(name), name), nullptr);
-  const xcb_atom_t found = reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-  std::free(reply);
-  return found;
-}
 
 void draw(xcb_connection_t* connection, xcb_window_t window, xcb_gcontext_t gc, int width,
           int height, int seed) {
@@ -50,12 +41,8 @@ int main(int argc, char** argv) {
   const std::string title = argv[1];
   const int x = std::atoi(argv[2]), y = std::atoi(argv[3]);
   const int width = std::atoi(argv[4]), height = std::atoi(argv[5]), seed = std::atoi(argv[6]);
-  xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-  if (const int error = xcb_connection_has_error(connection)) {
-    std::fprintf(stderr, "bm-test-window: no connection to %s (%d)\n", std::getenv("DISPLAY"),
-                 error);
-    return 1;
-  }
+  const brindlemoor::XConnection xc;
+  xcb_connection_t* connection = xc.get();
   const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
 
   const xcb_window_t window = xcb_generate_id(connection);
@@ -65,8 +52,8 @@ int main(int argc, char** argv) {
                     XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values);
   xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING,
                       8, title.size(), title.data());
-  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom(connection, "_NET_WM_NAME"),
-                      atom(connection, "UTF8_STRING"), 8, title.size(), title.data());
+  xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, xc.atom("_NET_WM_NAME"),
+                      xc.atom("UTF8_STRING"), 8, title.size(), title.data());
   const char kClass[] = "bm-test-window\0BmTestWindow";
   xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING,
                       8, sizeof kClass, kClass);
@@ -80,7 +67,7 @@ int main(int argc, char** argv) {
   xcb_map_window(connection, window);
   xcb_flush(connection);
 
-  const xcb_atom_t drawn = atom(connection, "_BM_DRAWN");
+  const xcb_atom_t drawn = xc.atom("_BM_DRAWN");
   while (xcb_generic_event_t* event = xcb_wait_for_event(connection)) {
     if ((event->response_type & 0x7f) == XCB_EXPOSE &&
         reinterpret_cast<xcb_expose_event_t*>(event)->count == 0) {
@@ -92,6 +79,5 @@ int main(int argc, char** argv) {
     }
     std::free(event);
   }
-  xcb_disconnect(connection);
   return 0;
 }

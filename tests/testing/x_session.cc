@@ -5,17 +5,17 @@
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <xcb/xcb.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <memory>
 #include <stdexcept>
 #include <thread>
 #include <vector>
+
+#include "app/platform/x11/x_connection.h"
 
 namespace brindlemoor::testing {
 namespace {
@@ -55,50 +55,24 @@ void stop(pid_t& pid) {
   pid = -1;
 }
 
-using Connection = std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)>;
-
-xcb_atom_t atom(xcb_connection_t* connection, std::string_view name) {
-  std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
-      xcb_intern_atom_reply(connection, xcb_intern_atom(connection, 0, name.size(), name.data()),
-                            nullptr),
-      std::free);
-  return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-}
-
-bool listed(xcb_connection_t* connection, xcb_window_t root, xcb_window_t window) {
-  std::unique_ptr<xcb_get_property_reply_t, decltype(&std::free)> list(
-      xcb_get_property_reply(
-          connection,
-          xcb_get_property(connection, 0, root, atom(connection, "_NET_CLIENT_LIST"),
-                           XCB_ATOM_WINDOW, 0, 1024),
-          nullptr),
-      std::free);
-  if (!list || list->format != 32) return false;
-  const auto* windows = static_cast<const xcb_window_t*>(xcb_get_property_value(list.get()));
-  return std::find(windows, windows + xcb_get_property_value_length(list.get()) / 4, window) !=
-         windows + xcb_get_property_value_length(list.get()) / 4;
-}
-
-// Whether the window manager of `display` manages new windows: a window it
-// announces itself with can come before it handles maps, and a window
-// mapped in between stays unmanaged for good. So a probe is mapped, and the
-// manager is ready once it lists it.
-bool managing(const std::string& display) {
-  const Connection connection(xcb_connect(display.c_str(), nullptr), xcb_disconnect);
-  if (xcb_connection_has_error(connection.get())) return false;
-  const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data;
-  const xcb_window_t probe = xcb_generate_id(connection.get());
-  xcb_create_window(connection.get(), XCB_COPY_FROM_PARENT, probe, screen->root, 0, 0, 1, 1, 0,
-                    XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
-  xcb_map_window(connection.get(), probe);
-  xcb_flush(connection.get());
+// Whether the window manager manages new windows: a window it announces
+// itself with can come before it handles maps, and a window mapped in between
+// stays unmanaged for good. So a probe is mapped, and the manager is ready
+// once it lists it.
+bool managing() {
+  const XConnection x;
+  const xcb_window_t probe = xcb_generate_id(x.get());
+  xcb_create_window(x.get(), XCB_COPY_FROM_PARENT, probe, x.root(), 0, 0, 1, 1, 0,
+                    XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+  xcb_map_window(x.get(), probe);
+  xcb_flush(x.get());
   bool managed = false;
   for (int i = 0; i < 50 && !managed; ++i) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    managed = listed(connection.get(), screen->root, probe);
+    managed = std::ranges::count(x.values(x.root(), "_NET_CLIENT_LIST", XCB_ATOM_WINDOW), probe);
   }
-  xcb_destroy_window(connection.get(), probe);
-  xcb_flush(connection.get());
+  xcb_destroy_window(x.get(), probe);
+  xcb_flush(x.get());
   return managed;
 }
 
@@ -130,7 +104,7 @@ XSession::XSession() {
   std::ofstream(config) << kManagerConfig;
   m_manager = spawn({"openbox", "--sm-disable", "--config-file", config.string()});
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (!managing(m_display)) {
+  while (!managing()) {
     if (std::chrono::steady_clock::now() > deadline) {
       shutDown();
       throw std::runtime_error("openbox did not take the screen");

@@ -123,20 +123,16 @@ TEST_F(McpProcess, TheOfficialClientNegotiatesListsAndCallsEveryTool) {
     {"name": "get_capture", "properties": ["id"], "required": ["id"]},
     {"name": "list_collections", "properties": [], "required": []}])"));
 
-  const auto answer = [](const std::string& text, bool isError = false) {
-    return json({{"types", {"text"}}, {"text", text}, {"isError", isError}});
-  };
-  // The server writes dates in the locale and time zone of its environment.
+  // Each tool's text is the request handler's, checked in its own test; here,
+  // that the server writes dates in the locale and time zone of its environment.
   LibraryStore store(m_data / "Brindlemoor");
   const std::unique_ptr<icu::TimeZone> utc(icu::TimeZone::createTimeZone("UTC"));
   const std::string listing = CaptureText::listing(*store.capture(sampleID(1)), store.collections(),
                                                    icu::Locale("en_US"), *utc);
-  EXPECT_EQ(summary["search"], answer("Brindlemoor for “lemon” (1):\n\n" + listing));
-  EXPECT_EQ(summary["recent"], answer(listing));
-  EXPECT_TRUE(summary["capture"]["text"].get<std::string>().starts_with(listing + "\n\n"));
-  EXPECT_EQ(summary["collections"],
-            answer("🥧 Tart Evenings — 1 capture (id " + sampleID(100) + ")"));
-  EXPECT_EQ(summary["missing"], answer("No capture with that id.", true));
+  EXPECT_EQ(summary["search"], json({{"types", {"text"}},
+                                     {"text", "Brindlemoor for “lemon” (1):\n\n" + listing},
+                                     {"isError", false}}));
+  EXPECT_EQ(summary["missing"]["isError"], true);
 }
 
 }  // namespace

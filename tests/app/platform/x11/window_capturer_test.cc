@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <optional>
 
 #include "tests/testing/child_process.h"
@@ -29,6 +30,26 @@ int wrongPixels(const WindowCapturer::Picture& picture, int seed) {
     }
   }
   return wrong;
+}
+
+// A Wayland session without X11 must give words the application can show,
+// not a crash.
+TEST(WindowCapturer, WithoutAnX11DisplayItSaysSo) {
+  const char* display = std::getenv("DISPLAY");
+  const std::string saved = display ? display : "";
+  ::unsetenv("DISPLAY");
+  ::setenv("WAYLAND_DISPLAY", "wayland-0", 1);
+  try {
+    WindowCapturer capturer;
+    ADD_FAILURE() << "a capturer without a display";
+  } catch (const WindowCapturer::Failure& failure) {
+    EXPECT_EQ(failure.kind(), WindowCapturer::Failure::Kind::noPermission);
+    EXPECT_STREQ(failure.what(),
+                 "Brindlemoor keeps from the screen through X11, and this Wayland session offers "
+                 "no X11 display.");
+  }
+  ::unsetenv("WAYLAND_DISPLAY");
+  if (!saved.empty()) ::setenv("DISPLAY", saved.c_str(), 1);
 }
 
 class WindowCapturerTest : public ::testing::Test {

@@ -48,9 +48,14 @@ void Pipeline::advance(const Capture& capture) {
   } catch (...) {
     plan = RetryPlan::forUnknownFailure();
   }
-  // The stage stays: the next attempt starts at the step that failed.
+  // The stage stays: the next attempt starts at the step that failed. A
+  // capture filed before the naming of its collection failed waits for
+  // nothing: the collection is named at the end of a later pass.
   try {
-    m_store.recordFailure(current.id, plan.message, plan.delay, now());
+    const auto stored = m_store.capture(current.id);
+    if (stored && stored->stage != CaptureStage::organized) {
+      m_store.recordFailure(current.id, plan.message, plan.delay, now());
+    }
   } catch (const Database::Failure&) {
     // Dropped on purpose: without a retry time the capture is simply taken
     // up again by the next work().

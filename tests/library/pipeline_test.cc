@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
+
 #include "core/library/library.h"
 #include "core/library/local_media_work.h"
 #include "core/library/retry_plan.h"
@@ -78,6 +80,33 @@ TEST_F(Pipeline, AfterARestartADescribedCaptureIsOnlyEmbeddedAndFiled) {
   m_library->work();
   EXPECT_EQ(store().capture(sampleID(1))->stage, CaptureStage::organized);
   EXPECT_EQ(m_daemon.requestCount("/api/generate"), generated);
+}
+
+// Naming a collection can fail after its captures are filed: they wait for
+// nothing, and a later pass names the collection.
+TEST_F(Pipeline, ACollectionWhoseNamingFailedIsNamedOnALaterPass) {
+  std::atomic<bool> naming = false;
+  m_daemon.setReply([&](const nlohmann::json& request) -> std::string {
+    if (request["prompt"].get<std::string>().find("Name the collection") == std::string::npos) {
+      return R"({"title": "Lemon tart recipe", "kind": "recipe"})";
+    }
+    if (!naming) throw std::runtime_error("out of memory");
+    return R"({"name": "Tarts", "emoji": "🥧"})";
+  });
+  keep(1);
+  keep(2);
+  m_library->work();
+  for (int n : {1, 2}) {
+    const auto capture = store().capture(sampleID(n));
+    EXPECT_EQ(capture->stage, CaptureStage::organized);
+    EXPECT_EQ(capture->lastError, std::nullopt) << "filed, so waiting for nothing";
+  }
+  ASSERT_EQ(store().collections().size(), 1u);
+  EXPECT_EQ(store().collections().front().name, "New collection");
+
+  naming = true;
+  m_library->work();
+  EXPECT_EQ(store().collections().front().name, "Tarts");
 }
 
 TEST(RetryPlan, ClassesOfFailure) {

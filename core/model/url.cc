@@ -74,4 +74,23 @@ std::string pathExtension(std::string_view url) {
   return name.substr(dot + 1);
 }
 
+std::optional<std::string> resolved(std::string_view base, std::string_view reference) {
+  if (reference.find('\0') != std::string_view::npos) return std::nullopt;
+  // A base that doesn't parse leaves only an absolute reference.
+  auto handle = parsed(base);
+  if (!handle) handle = std::unique_ptr<CURLU, UrlDeleter>(curl_url());
+  const std::string text(reference);
+  if (!handle || curl_url_set(handle.get(), CURLUPART_URL, text.c_str(),
+                              CURLU_NON_SUPPORT_SCHEME) != CURLUE_OK) {
+    return std::nullopt;
+  }
+  return part(handle.get(), CURLUPART_URL);
+}
+
+std::optional<std::string> filePath(std::string_view url) {
+  auto handle = parsed(url);
+  if (!handle || part(handle.get(), CURLUPART_SCHEME) != "file") return std::nullopt;
+  return part(handle.get(), CURLUPART_PATH, CURLU_URLDECODE);
+}
+
 }  // namespace brindlemoor::Url

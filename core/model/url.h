@@ -32,4 +32,13 @@ std::string lastPathPiece(std::string_view url);
 // in a hidden file's name. The query and fragment play no part.
 std::string pathExtension(std::string_view url);
 
+// `reference` resolved against `base`, as a page resolves the addresses it
+// names: an absolute reference stays as it is. Nothing when the result
+// doesn't parse as an absolute URL.
+std::optional<std::string> resolved(std::string_view base, std::string_view reference);
+
+// The decoded path of a file: URL ("/home/a b.html" for
+// "file:///home/a%20b.html"); nothing for any other address.
+std::optional<std::string> filePath(std::string_view url);
+
 }  // namespace brindlemoor::Url

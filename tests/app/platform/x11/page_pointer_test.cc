@@ -46,6 +46,8 @@ constexpr Rect kPhoto{20, 20, 300, 200};
 constexpr Rect kBackground{360, 20, 300, 200};
 constexpr Rect kClip{20, 260, 320, 180};
 constexpr Rect kWords{400, 260, 400, 40};
+// A poster inside a link to a video file, whose extension is in capitals.
+constexpr Rect kPoster{20, 480, 240, 135};
 
 std::string style(const Rect& r) {
   std::ostringstream out;
@@ -67,7 +69,10 @@ std::string page() {
          style(kClip) +
          "'></video>"
          "<p style='" +
-         style(kWords) + ";margin:0;font-size:20px'>Words that are only words.</p></body></html>";
+         style(kWords) +
+         ";margin:0;font-size:20px'>Words that are only words.</p>"
+         "<a href='movie.MP4'><img src='photo.png' alt='Trailer' style='" +
+         style(kPoster) + "'></a></body></html>";
 }
 
 std::string text(const Bytes& bytes) {
@@ -257,13 +262,14 @@ class PagePointerTest : public ::testing::Test {
   }
 
   // The image with its address made absolute, the background image without
-  // one, the video and, over words, the window.
+  // one, the video, over words the window, and a link to a video file.
   void expectTheElementsOfThePage(pid_t pid) {
     const PagePointer::Point origin = pageOrigin(pid);
     expectTargetAt(origin, kPhoto, PageTarget::image(url("/photo.png"), at(origin, kPhoto)));
     expectTargetAt(origin, kBackground, PageTarget::image(std::nullopt, at(origin, kBackground)));
     expectTargetAt(origin, kClip, PageTarget::video(at(origin, kClip)));
     expectTargetAt(origin, kWords, PageTarget::window());
+    expectTargetAt(origin, kPoster, PageTarget::video(at(origin, kPoster)));
   }
 
   XConnection m_x;

@@ -52,9 +52,20 @@ WindowCapturer::WindowCapturer() : m_x(connected()) {
 
 WindowCapturer::Target WindowCapturer::focusedTarget(int ownPID) const {
   const std::vector<WindowEntry> entries = WindowList::frontToBack(m_x);
+  // The active window is read from the list when it is there.
   const std::optional<xcb_window_t> active = WindowList::active(m_x);
-  const std::optional<int> frontmostPID = active ? WindowList::pid(m_x, *active) : std::nullopt;
-  const std::optional<Rect> focusedFrame = active ? WindowList::frame(m_x, *active) : std::nullopt;
+  const auto listed =
+      active ? std::ranges::find(entries, static_cast<std::int64_t>(*active), &WindowEntry::number)
+             : entries.end();
+  std::optional<int> frontmostPID;
+  std::optional<Rect> focusedFrame;
+  if (listed != entries.end()) {
+    if (listed->pid > 0) frontmostPID = listed->pid;
+    focusedFrame = listed->bounds();
+  } else if (active) {
+    frontmostPID = WindowList::pid(m_x, *active);
+    focusedFrame = WindowList::frame(m_x, *active);
+  }
   const auto chosen = WindowChoice::pick(entries, frontmostPID, ownPID, focusedFrame);
   if (!chosen) throw Failure(Kind::noWindow, "There is no window to keep.");
 

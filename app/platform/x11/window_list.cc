@@ -29,6 +29,15 @@ bool onAnotherLayer(const XConnection& x, xcb_window_t window) {
   return false;
 }
 
+// The client an X-Resource query names (a window, and what is wanted of the
+// program behind it), read off the request's own parameter.
+template <class Request>
+struct AskedClient;
+template <class Cookie, class Connection, class Count, class Client>
+struct AskedClient<Cookie (*)(Connection, Count, const Client*)> {
+  using Type = Client;
+};
+
 bool shown(const XConnection& x, xcb_window_t window) {
   const auto attributes = xReply(xcb_get_window_attributes_reply(
       x.get(), xcb_get_window_attributes(x.get(), window), nullptr));
@@ -83,14 +92,15 @@ std::optional<Rect> frame(const XConnection& x, xcb_window_t window) {
 }
 
 std::optional<int> pid(const XConnection& x, xcb_window_t window) {
-  xcb_res_client_id_spec_t spec{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
+  // Only the process id is asked for, so each value given is one.
+  const AskedClient<decltype(&xcb_res_query_client_ids)>::Type asked{
+      window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
   const auto ids = xReply(xcb_res_query_client_ids_reply(
-      x.get(), xcb_res_query_client_ids(x.get(), 1, &spec), nullptr));
+      x.get(), xcb_res_query_client_ids(x.get(), 1, &asked), nullptr));
   if (ids) {
     for (auto it = xcb_res_query_client_ids_ids_iterator(ids.get()); it.rem;
          xcb_res_client_id_value_next(&it)) {
-      if ((it.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) &&
-          xcb_res_client_id_value_value_length(it.data) == 1) {
+      if (xcb_res_client_id_value_value_length(it.data) == 1) {
         return static_cast<int>(*xcb_res_client_id_value_value(it.data));
       }
     }

@@ -93,11 +93,10 @@ class Handler(BaseHTTPRequestHandler):
             time.sleep(self.server.naming_delay)
             self.reply({"response": json.dumps({"name": "Shelf", "emoji": "📚"})})
         else:
-            words = request.get("prompt", "")
             self.reply({"response": json.dumps(
                 {"title": "Test card", "summary": "A test card.", "kind": "other",
                  "tags": ["card"], "highlights": [], "links": []}),
-                "done": True, "_": len(words)})
+                "done": True})
 
 
 def environment(home, host):

@@ -10,7 +10,6 @@
 #include <iterator>
 #include <map>
 #include <memory>
-#include <vips/vips8>
 
 #include "core/media/contact_sheet.h"
 #include "core/media/thumbnailer.h"
@@ -25,11 +24,10 @@ namespace {
 using testing::encoded;
 using testing::filled;
 using testing::halves;
-
 using vips::VImage;
 
 const Date kNow = dateFromSeconds(1'700'000'000);
-// 2024-02-29 12:00:00 in UTC, and as local time in New York (UTC-5 then).
+// 2024-02-29 12:00:00 in UTC, and in New York (UTC-5 then).
 constexpr double kLeapNoonUtc = 1'709'208'000;
 constexpr double kLeapNoonNewYork = kLeapNoonUtc + 5 * 3600;
 
@@ -148,7 +146,7 @@ TEST_F(MediaImporterInNewYork, TakenDateIsTheOriginalExifDateElseTheTiffDateInLo
   }
 }
 
-TEST_F(MediaImporterInNewYork, PhotoHasItsCaptureFieldsAndPictures) {
+TEST_F(MediaImporterInNewYork, PhotoHasItsCaptureFieldsAndPicturesUprightAndNeverEnlarged) {
   testing::TempDir dir;
   const auto path = dir.path() / "Beach Day.JPG";
   VImage drawn = halves(3000, 2000).copy();
@@ -169,85 +167,91 @@ TEST_F(MediaImporterInNewYork, PhotoHasItsCaptureFieldsAndPictures) {
   EXPECT_EQ(thumbnail.width(), 720);
   expectColour(thumbnail, 100, 240, {255, 0, 0});
   EXPECT_NE(MediaImporter::load(path, kNow).capture.id, capture.id);
-}
 
-TEST(MediaImporterPhoto, IsTurnedUprightAndNeverEnlarged) {
-  testing::TempDir dir;
-  // One small enough to keep its size, one reduced as it is read.
+  // Turned upright and never enlarged: one small enough to keep its size, one
+  // reduced as it is read.
   for (const int length : {400, 3200}) {
     VImage stored = halves(length, length / 2).copy();
     stored.set("orientation", 6);  // shown turned a quarter clockwise: the red left half on top
-    const auto path = dir.path() / ("turned-" + std::to_string(length) + ".jpg");
-    stored.jpegsave(path.c_str());
-    const MediaImporter::Imported imported = MediaImporter::photo(path, kNow);
+    const auto turnedPath = dir.path() / ("turned-" + std::to_string(length) + ".jpg");
+    stored.jpegsave(turnedPath.c_str());
+    const MediaImporter::Imported turned = MediaImporter::photo(turnedPath, kNow);
     const int height = std::min(length, MediaImporter::kWorkingPixels);
-    EXPECT_EQ(imported.capture.width, height / 2);
-    const VImage image = decoded(imported.image);
-    EXPECT_EQ(image.height(), height);
-    expectColour(image, height / 4, height / 4, {255, 0, 0});
-    expectColour(image, height / 4, height * 3 / 4, {0, 0, 255});
-    const VImage thumbnail = decoded(imported.thumbnail);
-    EXPECT_EQ(thumbnail.height(), std::min(height, Thumbnailer::kThumbnailPixels));
-    expectColour(thumbnail, thumbnail.width() / 2, thumbnail.height() / 4, {255, 0, 0});
+    EXPECT_EQ(turned.capture.width, height / 2);
+    const VImage upright = decoded(turned.image);
+    EXPECT_EQ(upright.height(), height);
+    expectColour(upright, height / 4, height / 4, {255, 0, 0});
+    expectColour(upright, height / 4, height * 3 / 4, {0, 0, 255});
+    const VImage small = decoded(turned.thumbnail);
+    EXPECT_EQ(small.height(), std::min(height, Thumbnailer::kThumbnailPixels));
+    expectColour(small, small.width() / 2, small.height() / 4, {255, 0, 0});
   }
 }
 
-TEST(MediaImporterBadInput, PhotosThatGiveNoPictureAreUnreadable) {
+TEST(MediaImporterBadInput, FilesThatGiveNoPictureAreUnreadableWithTheirReason) {
   testing::TempDir dir;
-  std::ofstream{dir.path() / "empty.jpg"};
+  const auto at = [&](const std::string& name) { return dir.path() / name; };
+  std::ofstream{at("empty.jpg")};
+  std::ofstream{at("empty.mov")};
   // The small photo is decoded whole, the large one reduced as it is read.
   for (const auto& [name, width] : {std::pair{"cut.jpg", 600}, {"cut-large.jpg", 3000}}) {
-    halves(width, width * 2 / 3).jpegsave((dir.path() / name).c_str());
-    cutInHalf(dir.path() / name);
+    halves(width, width * 2 / 3).jpegsave(at(name).c_str());
+    cutInHalf(at(name));
   }
-  std::ofstream(dir.path() / "notes.jpg") << "Just some notes, not a picture.\n";
-  writeFile(dir.path() / "huge.png", testing::blackPng(50'000, 50'000));
-  for (const char* name : {"empty.jpg", "cut.jpg", "cut-large.jpg", "notes.jpg", "huge.png"}) {
-    EXPECT_EQ(failureOf([&] { MediaImporter::load(dir.path() / name, kNow); }),
-              MediaImporter::Failure::unreadable(name));
-  }
-  EXPECT_STREQ(failureOf([&] { MediaImporter::photo(dir.path() / "empty.jpg", kNow); }).what(),
-               "Couldn't read empty.jpg: the file is empty.");
-  EXPECT_STREQ(failureOf([&] { MediaImporter::photo(dir.path() / "huge.png", kNow); }).what(),
-               "Couldn't read huge.png: the picture is 50000 by 50000 pixels, more than 200 "
-               "megapixels.");
-  const auto notMedia = failureOf([] { MediaImporter::load("/nowhere/notes.txt", kNow); });
-  EXPECT_EQ(notMedia, MediaImporter::Failure::notMedia("notes.txt"));
-  EXPECT_STREQ(notMedia.what(), "notes.txt is neither a photo nor a video.");
-}
-
-// Only a regular file reaches a decoder: anything else is refused at once,
-// and each says why in its own words rather than as a picture that can't be
-// decoded. A pipe or a device would otherwise keep the import reading for
-// ever.
-TEST(MediaImporterBadInput, WhatIsNoRegularFileIsRefusedWithItsReason) {
-  testing::TempDir dir;
-  const auto at = [&](const char* name) { return dir.path() / name; };
+  std::ofstream(at("notes.jpg")) << "Just some notes, not a picture.\n";
+  writeFile(at("huge.png"), testing::blackPng(50'000, 50'000));
+  // A pipe or a device would keep a decoder reading for ever.
   std::filesystem::create_directory(at("folder.jpg"));
   std::filesystem::create_symlink(at("loop-b.png"), at("loop-a.png"));
   std::filesystem::create_symlink(at("loop-a.png"), at("loop-b.png"));
   std::filesystem::create_symlink("/dev/zero", at("zero.jpg"));
   ASSERT_EQ(::mkfifo(at("pipe.mp4").c_str(), 0600), 0);
-  const std::map<std::string, std::string> expected{
+  writeFile(at("private.png"), testing::blackPng(8, 8));
+  std::filesystem::permissions(at("private.png"), std::filesystem::perms::none);
+  testing::writeTestVideo(at("voice.mp4"),
+                          {.seconds = 1, .width = 0, .height = 0, .sound = testing::tone(1, 300)});
+  testing::writeTestVideo(at("cut.mp4"), {.seconds = 1});
+  cutInHalf(at("cut.mp4"));
+  testing::writeTestVideo(at("all-damaged.mp4"), {.seconds = 2, .damagedSeconds = 3});
+  // An index whose one track can't be recognised lists no streams at all.
+  testing::writeTestVideo(at("index.mp4"), {.seconds = 1});
+  {
+    std::fstream file(at("index.mp4"), std::ios::in | std::ios::out | std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    file.seekp(static_cast<std::streamoff>(bytes.find("trak")));
+    file << "junk";
+  }
+  const std::map<std::string, std::string> reasons{
+      {"empty.jpg", "the file is empty"},
+      {"empty.mov", "the file is empty"},
+      {"cut.jpg", ""},
+      {"cut-large.jpg", ""},
+      {"notes.jpg", ""},
+      {"huge.png", "the picture is 50000 by 50000 pixels, more than 200 megapixels"},
       {"missing.jpg", "there is no such file"},
       {"folder.jpg", "it is a folder"},
       {"loop-a.png", "its symbolic links go round in a loop"},
       {"zero.jpg", "it isn't a regular file"},
-      {"pipe.mp4", "it isn't a regular file"}};
-  for (const auto& [name, reason] : expected) {
-    EXPECT_STREQ(failureOf([&] { MediaImporter::load(dir.path() / name, kNow); }).what(),
-                 ("Couldn't read " + name + ": " + reason + ".").c_str());
+      {"pipe.mp4", "it isn't a regular file"},
+      {"private.png", "permission to read it is denied"},
+      {"voice.mp4", "it has no video stream"},
+      {"index.mp4", "no streams can be found in it; its index may be damaged"},
+      {"all-damaged.mp4", "none of its frames could be decoded"},
+      {"cut.mp4", ""}};
+  for (const auto& [name, reason] : reasons) {
+    if (name == "private.png" && ::geteuid() == 0) continue;  // root reads it regardless
+    const auto failure = failureOf([&] { MediaImporter::load(at(name), kNow); });
+    EXPECT_EQ(failure, MediaImporter::Failure::unreadable(name)) << failure.what();
+    if (!reason.empty()) {
+      EXPECT_EQ(failure.what(), "Couldn't read " + name + ": " + reason + ".");
+    }
   }
-  writeFile(at("private.png"), testing::blackPng(8, 8));
-  std::filesystem::permissions(at("private.png"), std::filesystem::perms::none);
-  // Root reads whatever the permissions say, so only others are refused.
-  if (::geteuid() != 0) {
-    EXPECT_STREQ(failureOf([&] { MediaImporter::load(at("private.png"), kNow); }).what(),
-                 "Couldn't read private.png: permission to read it is denied.");
-  }
+  const auto notMedia = failureOf([] { MediaImporter::load("/nowhere/notes.txt", kNow); });
+  EXPECT_EQ(notMedia, MediaImporter::Failure::notMedia("notes.txt"));
+  EXPECT_STREQ(notMedia.what(), "notes.txt is neither a photo nor a video.");
 }
 
-TEST(MediaImporterVideo, HasItsCaptureFieldsPosterAndSheet) {
+TEST(MediaImporterVideo, HasItsCaptureFieldsPosterAndSheetTurnedAndFittedToTheLargestSize) {
   testing::TempDir dir;
   const auto path = dir.path() / "Walk.MP4";
   testing::writeTestVideo(path, {.seconds = 4,
@@ -277,10 +281,7 @@ TEST(MediaImporterVideo, HasItsCaptureFieldsPosterAndSheet) {
     EXPECT_GT(gray, previous) << "frame " << i;
     previous = gray;
   }
-}
 
-TEST(MediaImporterVideo, FramesTurnByTheDisplayRotationAndFitTheLargestSize) {
-  testing::TempDir dir;
   // Stored landscape, red band on top; a player turns it a quarter clockwise,
   // which puts the band on the right.
   testing::writeTestVideo(dir.path() / "portrait.mov", {.seconds = 1, .rotation = 90});
@@ -319,39 +320,6 @@ TEST(MediaImporterVideo, FramesThatFailAreSkipped) {
       decoded(*MediaImporter::video(dir.path() / "mostly-damaged.mp4", kNow).sheet);
   EXPECT_EQ(single.width(), 640);
   EXPECT_EQ(single.height(), 480);
-}
-
-TEST(MediaImporterBadInput, VideosThatGiveNoPictureAreUnreadable) {
-  testing::TempDir dir;
-  testing::writeTestVideo(dir.path() / "voice.mp4",
-                          {.seconds = 1, .width = 0, .height = 0, .sound = testing::tone(1, 300)});
-  testing::writeTestVideo(dir.path() / "cut.mp4", {.seconds = 1});
-  cutInHalf(dir.path() / "cut.mp4");
-  std::ofstream{dir.path() / "empty.mov"};
-  testing::writeTestVideo(dir.path() / "all-damaged.mp4", {.seconds = 2, .damagedSeconds = 3});
-  // An index whose one track can't be recognised lists no streams at all.
-  testing::writeTestVideo(dir.path() / "index.mp4", {.seconds = 1});
-  {
-    std::fstream file(dir.path() / "index.mp4", std::ios::in | std::ios::out | std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-    file.seekp(static_cast<std::streamoff>(bytes.find("trak")));
-    file << "junk";
-  }
-
-  const std::map<std::string, std::string> expected{
-      {"voice.mp4", "Couldn't read voice.mp4: it has no video stream."},
-      {"empty.mov", "Couldn't read empty.mov: the file is empty."},
-      {"index.mp4",
-       "Couldn't read index.mp4: no streams can be found in it; its index may be damaged."},
-      {"all-damaged.mp4", "Couldn't read all-damaged.mp4: none of its frames could be decoded."},
-      {"cut.mp4", ""}};
-  for (const auto& [name, words] : expected) {
-    const auto failure = failureOf([&] { MediaImporter::load(dir.path() / name, kNow); });
-    EXPECT_EQ(failure, MediaImporter::Failure::unreadable(name)) << failure.what();
-    if (!words.empty()) {
-      EXPECT_EQ(failure.what(), words);
-    }
-  }
 }
 
 }  // namespace

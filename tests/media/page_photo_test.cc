@@ -1,6 +1,3 @@
-// An image of a page is kept from its address when a real server on
-// loopback gives a whole image at least as wide as the screen shows it, and
-// from the window's own picture otherwise.
 #include "core/media/page_photo.h"
 
 #include <gtest/gtest.h>
@@ -14,11 +11,24 @@
 namespace brindlemoor {
 namespace {
 
-std::string text(const Bytes& bytes) {
+std::string picture(int width, int height, const char* suffix = ".png") {
+  const Bytes bytes = testing::encoded(testing::halves(width, height), suffix);
   return {bytes.begin(), bytes.end()};
 }
 
-// Images of known widths, and the ways a server can fail to give one.
+TEST(PagePhotoCrop, TheCropIsWhatTheImageCoversGrownToWholePixelsWithinThePicture) {
+  const Rect window{100, 50, 400, 300};
+  EXPECT_EQ(PagePhoto::cropRegion({150, 60, 100, 40}, window, 1, 400, 300),
+            (PagePhoto::Region{50, 10, 100, 40}));
+  EXPECT_EQ(PagePhoto::cropRegion({150.5, 60.25, 100, 40}, window, 2, 800, 600),
+            (PagePhoto::Region{101, 20, 200, 81}));
+  EXPECT_EQ(PagePhoto::cropRegion({450, 300, 200, 200}, window, 1, 400, 300),
+            (PagePhoto::Region{350, 250, 50, 50}))
+      << "cut at the picture's edge";
+  EXPECT_FALSE(PagePhoto::cropRegion({600, 60, 50, 50}, window, 1, 400, 300));
+}
+
+// A real server on loopback: images of known widths, and the ways to fail to give one.
 class PagePhotoTest : public ::testing::Test {
  protected:
   PagePhotoTest() {
@@ -30,10 +40,10 @@ class PagePhotoTest : public ::testing::Test {
         response.set_content(body, type);
       });
     };
-    const std::string wide = text(testing::encoded(testing::halves(300, 200), ".png"));
+    const std::string wide = picture(300, 200);
     serve("/wide.png", wide, "image/png");
-    serve("/photo", text(testing::encoded(testing::halves(300, 200), ".jpg")), "image/jpeg");
-    serve("/narrow.png", text(testing::encoded(testing::halves(99, 60), ".png")), "image/png");
+    serve("/photo", picture(300, 200, ".jpg"), "image/jpeg");
+    serve("/narrow.png", picture(99, 60), "image/png");
     serve("/page.png", wide, "text/html");
     serve("/gone.png", wide, "image/png", 404);
     serve("/noise.png", "not a picture at all", "image/png");
@@ -61,7 +71,7 @@ class PagePhotoTest : public ::testing::Test {
   testing::TempDir m_dir;
 };
 
-TEST_F(PagePhotoTest, OnlyAWholeImageAnsweredWith200IsDownloaded) {
+TEST_F(PagePhotoTest, OnlyAWholeImageAnsweredWith200IsDownloadedAndKeptUnlessTheScreenIsSharper) {
   const auto wide = PagePhoto::download(url("/wide.png"));
   ASSERT_TRUE(wide);
   EXPECT_EQ(wide->width, 300);
@@ -71,21 +81,7 @@ TEST_F(PagePhotoTest, OnlyAWholeImageAnsweredWith200IsDownloaded) {
     EXPECT_FALSE(PagePhoto::download(url(path))) << path;
   }
   EXPECT_FALSE(PagePhoto::download("http://127.0.0.1:1/closed.png"));
-}
 
-TEST(PagePhoto, TheCropIsWhatTheImageCoversGrownToWholePixelsWithinThePicture) {
-  const Rect window{100, 50, 400, 300};
-  EXPECT_EQ(PagePhoto::cropRegion({150, 60, 100, 40}, window, 1, 400, 300),
-            (PagePhoto::Region{50, 10, 100, 40}));
-  EXPECT_EQ(PagePhoto::cropRegion({150.5, 60.25, 100, 40}, window, 2, 800, 600),
-            (PagePhoto::Region{101, 20, 200, 81}));
-  EXPECT_EQ(PagePhoto::cropRegion({450, 300, 200, 200}, window, 1, 400, 300),
-            (PagePhoto::Region{350, 250, 50, 50}))
-      << "cut at the picture's edge";
-  EXPECT_FALSE(PagePhoto::cropRegion({600, 60, 50, 50}, window, 1, 400, 300));
-}
-
-TEST_F(PagePhotoTest, TheDownloadIsKeptUnlessTheScreenIsSharper) {
   const vips::VImage crop = testing::halves(200, 100);
   const auto kept = [&](std::vector<std::string> candidates, std::optional<vips::VImage> shown,
                         bool titled = true) {

@@ -20,8 +20,7 @@ using Colour = std::vector<double>;
 
 const Colour kWhite{255, 255, 255}, kInk{20, 20, 20}, kDark{32, 33, 36}, kLight{225, 225, 225};
 
-// A panel of `ground` with `text` drawn on it in `ink`, with a margin, as a
-// window would show it.
+// `text` in `ink` on `ground` with a margin, as a window shows it.
 VImage panel(const std::string& text, const Colour& ink, const Colour& ground,
              const char* font = "DejaVu Sans 16") {
   const VImage mask = VImage::text(text.c_str(), VImage::option()->set("font", font));
@@ -31,7 +30,7 @@ VImage panel(const std::string& text, const Colour& ink, const Colour& ground,
       .ifthenelse(ink, back, VImage::option()->set("blend", true));
 }
 
-TEST(ReaderText, ReadsLinesInOrderAlikeOnEveryThreadAndRejectsBytesThatAreNoPicture) {
+TEST(ReaderText, ReadsLinesInOrderAlikeOnEveryThreadLightOnDarkBesideDarkOnLightAndNoNonPicture) {
   const std::vector<Bytes> pictures{
       encoded(panel("Quarterly budget review\nMeeting notes tomorrow", kInk, kWhite), ".png"),
       encoded(panel("Terminal session closed", kLight, kDark), ".png"),
@@ -49,9 +48,7 @@ TEST(ReaderText, ReadsLinesInOrderAlikeOnEveryThreadAndRejectsBytesThatAreNoPict
   EXPECT_EQ(there, here);
   EXPECT_THROW(Reader::text(Bytes(pictures[0].begin(), pictures[0].begin() + 8)), Reader::Failure)
       << "a PNG signature with nothing after it";
-}
 
-TEST(ReaderText, ReadsLightTextOnDarkPanelsBesideDarkTextOnLight) {
   // A dark sidebar, a light page and a grey toolbar, as JPEG with its
   // compression noise; the dark panel alone would be unreadable uninverted.
   const VImage sidebar = panel("Downloads\nFavourites", {230, 230, 230}, kDark, "DejaVu Sans 14");

@@ -16,20 +16,14 @@ namespace brindlemoor::testing {
 ChildProcess::ChildProcess(const std::filesystem::path& program,
                            const std::vector<std::string>& args,
                            const std::map<std::string, std::string>& environment) {
-  std::map<std::string, std::string> variables;
+  std::vector<std::string> envStrings, argStrings{program.string()};
   for (char** entry = environ; *entry; ++entry) {
     const std::string text(*entry);
-    const auto equals = text.find('=');
-    if (equals != std::string::npos) variables[text.substr(0, equals)] = text.substr(equals + 1);
+    if (!environment.contains(text.substr(0, text.find('=')))) envStrings.push_back(text);
   }
   for (const auto& [name, value] : environment) {
-    if (value.empty())
-      variables.erase(name);
-    else
-      variables[name] = value;
+    if (!value.empty()) envStrings.push_back(name + "=" + value);
   }
-  std::vector<std::string> envStrings, argStrings{program.string()};
-  for (const auto& [name, value] : variables) envStrings.push_back(name + "=" + value);
   argStrings.insert(argStrings.end(), args.begin(), args.end());
   std::vector<char*> envp, argv;
   for (auto& text : envStrings) envp.push_back(text.data());
@@ -67,8 +61,7 @@ ChildProcess::~ChildProcess() {
 }
 
 int ChildProcess::wait() {
-  // Both pipes are read as they fill, so a child that writes much can't
-  // block on a full pipe while we wait for it.
+  // Both pipes read as they fill, so a child can't block on a full one.
   pollfd fds[2] = {{m_outPipe, POLLIN, 0}, {m_errPipe, POLLIN, 0}};
   std::string* sinks[2] = {&m_out, &m_err};
   int open = 2;

@@ -1,14 +1,11 @@
-// failureOf runs an action that a test expects to fail and gives the failure,
-// so that the test can look at its words; it is shared by every test that
-// checks what a failure says.
 #pragma once
 
 #include <stdexcept>
 
 namespace brindlemoor::testing {
 
-// The exception of type F that `action` throws. When it throws none, the
-// test fails with a std::logic_error of its own.
+// The exception of type F that `action` throws, for a test to read its words;
+// a std::logic_error when it throws none.
 template <class F, class Action>
 F failureOf(Action action) {
   try {

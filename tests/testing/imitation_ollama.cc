@@ -62,7 +62,7 @@ ImitationOllama::ImitationOllama() : m_server(std::make_unique<httplib::Server>(
       std::lock_guard lock(m_mutex);
       responder = m_responder;
     }
-    // Outside the lock: a responder may ask the imitation about itself.
+    // Unlocked: a responder may ask the imitation about itself.
     reply(response, 200, {{"response", responder ? responder(*body) : ""}, {"done", true}});
   });
   server.Post("/api/embed", [this](const Request& request, Response& response) {
@@ -79,7 +79,17 @@ ImitationOllama::ImitationOllama() : m_server(std::make_unique<httplib::Server>(
     reply(response, 200, {{"embeddings", embeddings}});
   });
   server.Post("/api/pull", [this](const Request& request, Response& response) {
-    if (!answered(request, response)) servePull(response);
+    if (answered(request, response)) return;
+    response.set_chunked_content_provider(
+        "application/x-ndjson", [this](std::size_t, httplib::DataSink& sink) {
+          for (const std::string& line : kPullLines) {
+            if (!sink.write((line + "\n").data(), line.size() + 1)) return false;
+            std::unique_lock lock(m_mutex);  // lines come apart, as a download's progress does
+            if (!pause(lock, kPullPause)) return false;
+          }
+          sink.done();
+          return true;
+        });
   });
 
   int listening = -1;
@@ -89,9 +99,7 @@ ImitationOllama::ImitationOllama() : m_server(std::make_unique<httplib::Server>(
   });
   m_port = server.bind_to_any_port("127.0.0.1");
   if (m_port <= 0) throw std::runtime_error("the imitation daemon found no free port");
-  // The server library listens with a backlog of 5, so a burst of parallel
-  // clients would wait a second for a SYN sent again. Linux lets a second
-  // listen() widen the backlog.
+  // Widen the library's backlog of 5, at which a burst of clients waits a second.
   ::listen(listening, SOMAXCONN);
   m_thread = std::thread([&server] { server.listen_after_bind(); });
   // stop() does nothing to a server that has not started listening yet.
@@ -112,18 +120,8 @@ std::string ImitationOllama::host() const {
   return "http://127.0.0.1:" + std::to_string(m_port);
 }
 
-void ImitationOllama::setModels(std::vector<std::string> names) {
-  std::lock_guard lock(m_mutex);
-  m_models = std::move(names);
-}
-
 void ImitationOllama::setReply(std::string text) {
   setReply([text = std::move(text)](const json&) { return text; });
-}
-
-void ImitationOllama::setReply(Responder responder) {
-  std::lock_guard lock(m_mutex);
-  m_responder = std::move(responder);
 }
 
 std::vector<float> ImitationOllama::embeddingOf(std::string_view text, int dimension) {
@@ -141,44 +139,33 @@ std::vector<float> ImitationOllama::embeddingOf(std::string_view text, int dimen
   return vector;
 }
 
-void ImitationOllama::answer(std::string path, int status, std::string body,
-                             std::string contentType) {
-  std::lock_guard lock(m_mutex);
-  m_fixed[std::move(path)] = Fixed{status, std::move(body), std::move(contentType)};
-}
-
-void ImitationOllama::setDelay(std::chrono::milliseconds delay) {
-  std::lock_guard lock(m_mutex);
-  m_delay = delay;
-}
-
 std::optional<std::string> ImitationOllama::lastBody(const std::string& path) const {
   std::lock_guard lock(m_mutex);
-  const auto it = m_bodies.find(path);
-  return it == m_bodies.end() ? std::nullopt : std::optional(it->second);
+  const auto it = m_seen.find(path);
+  return it == m_seen.end() ? std::nullopt : std::optional(it->second.body);
 }
 
 std::map<std::string, std::string> ImitationOllama::lastHeaders(const std::string& path) const {
   std::lock_guard lock(m_mutex);
-  const auto it = m_headers.find(path);
-  return it == m_headers.end() ? std::map<std::string, std::string>{} : it->second;
+  const auto it = m_seen.find(path);
+  return it == m_seen.end() ? std::map<std::string, std::string>{} : it->second.headers;
 }
 
 int ImitationOllama::requestCount(const std::string& path) const {
   std::lock_guard lock(m_mutex);
-  const auto it = m_counts.find(path);
-  return it == m_counts.end() ? 0 : it->second;
+  const auto it = m_seen.find(path);
+  return it == m_seen.end() ? 0 : it->second.count;
 }
 
 bool ImitationOllama::answered(const httplib::Request& request, httplib::Response& response) {
   std::unique_lock lock(m_mutex);
-  m_bodies[request.path] = request.body;
-  auto& headers = m_headers[request.path];
-  headers.clear();
+  Seen& seen = m_seen[request.path];
+  seen.body = request.body;
+  seen.headers.clear();
   for (const auto& [name, value] : request.headers) {
-    if (!name.starts_with("REMOTE_") && !name.starts_with("LOCAL_")) headers[name] = value;
+    if (!name.starts_with("REMOTE_") && !name.starts_with("LOCAL_")) seen.headers[name] = value;
   }
-  ++m_counts[request.path];
+  ++seen.count;
   pause(lock, m_delay);
   const auto fixed = m_fixed.find(request.path);
   if (fixed == m_fixed.end()) return false;
@@ -204,20 +191,6 @@ std::optional<json> ImitationOllama::bodyForModel(const httplib::Request& reques
   if (has(model) || (model.find(':') == std::string::npos && has(model + ":latest"))) return body;
   reply(response, 404, {{"error", "model \"" + model + "\" not found, try pulling it first"}});
   return std::nullopt;
-}
-
-void ImitationOllama::servePull(httplib::Response& response) {
-  const auto provide = [this](std::size_t, httplib::DataSink& sink) {
-    for (const std::string& line : kPullLines) {
-      const std::string text = line + "\n";
-      if (!sink.write(text.data(), text.size())) return false;
-      std::unique_lock lock(m_mutex);  // lines come apart, as a download's progress does
-      if (!pause(lock, kPullPause)) return false;
-    }
-    sink.done();
-    return true;
-  };
-  response.set_chunked_content_provider("application/x-ndjson", provide);
 }
 
 ClosedPort::ClosedPort() : m_socket(::socket(AF_INET, SOCK_STREAM, 0)), m_port(0) {

@@ -1,9 +1,8 @@
-// ImitationOllama is an HTTP server of our own on a free loopback port that
-// answers like a local Ollama daemon: /api/version, /api/tags (the models
-// set), /api/generate (the reply set), /api/embed (embeddingOf() each input,
-// never of unit length) and /api/pull (a stream of five lines, kPullPause
-// apart); generate and embed answer 404 for a model it lacks ("x" stands for
-// "x:latest"). Every member may be called from any thread at any time.
+// An HTTP server on a free loopback port that answers like a local Ollama
+// daemon: /api/version, /api/tags (the models set), /api/generate (the reply
+// set), /api/embed (embeddingOf() each input, never of unit length) and
+// /api/pull (five lines, kPullPause apart); generate and embed answer 404 for
+// a model it lacks ("x" stands for "x:latest"). Any member, any thread.
 #pragma once
 
 #include <chrono>
@@ -40,10 +39,16 @@ class ImitationOllama {
 
   std::string host() const;  // "http://127.0.0.1:<port>"
 
-  void setModels(std::vector<std::string> names);
+  void setModels(std::vector<std::string> names) {
+    std::lock_guard lock(m_mutex);
+    m_models = std::move(names);
+  }
   // The text of every generation, or one made from each request.
   void setReply(std::string text);
-  void setReply(Responder responder);
+  void setReply(Responder responder) {
+    std::lock_guard lock(m_mutex);
+    m_responder = std::move(responder);
+  }
 
   // Each word (letters and digits, lower-cased) adds 2 to 4 at a place given
   // by its hash: shared words make vectors alike, no words give zeros. An
@@ -52,8 +57,14 @@ class ImitationOllama {
 
   // Every later request to `path` gets exactly this.
   void answer(std::string path, int status, std::string body,
-              std::string contentType = "application/json; charset=utf-8");
-  void setDelay(std::chrono::milliseconds delay);
+              std::string contentType = "application/json; charset=utf-8") {
+    std::lock_guard lock(m_mutex);
+    m_fixed[std::move(path)] = Fixed{status, std::move(body), std::move(contentType)};
+  }
+  void setDelay(std::chrono::milliseconds delay) {
+    std::lock_guard lock(m_mutex);
+    m_delay = delay;
+  }
 
   // Of the requests to `path`: the last body, the last headers as sent (less
   // the server library's own), and how many came.
@@ -64,19 +75,21 @@ class ImitationOllama {
  private:
   struct Fixed {
     int status;
+    std::string body, contentType;
+  };
+  struct Seen {
     std::string body;
-    std::string contentType;
+    std::map<std::string, std::string> headers;
+    int count = 0;
   };
 
-  // Records the request, waits out the delay, and gives the fixed answer if
-  // there is one.
+  // Records the request, waits out the delay, and gives the fixed answer if any.
   bool answered(const httplib::Request& request, httplib::Response& response);
   // Waits up to `duration`, less if the server stops; false if it stopped.
   bool pause(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds duration);
   // The JSON body of a request for a model it has; else answers 404.
   std::optional<nlohmann::json> bodyForModel(const httplib::Request& request,
                                              httplib::Response& response);
-  void servePull(httplib::Response& response);
 
   std::unique_ptr<httplib::Server> m_server;
   std::thread m_thread;
@@ -89,13 +102,10 @@ class ImitationOllama {
   Responder m_responder;
   std::map<std::string, Fixed> m_fixed;
   std::chrono::milliseconds m_delay{0};
-  std::map<std::string, std::string> m_bodies;
-  std::map<std::string, std::map<std::string, std::string>> m_headers;
-  std::map<std::string, int> m_counts;
+  std::map<std::string, Seen> m_seen;
 };
 
-// A loopback port that refuses connections: bound, never listening, while
-// the value lives, so no other server can take it meanwhile.
+// A loopback port bound and never listening, so it refuses and no one takes it.
 class ClosedPort {
  public:
   ClosedPort();

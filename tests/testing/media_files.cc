@@ -35,7 +35,6 @@ T* checked(T* made, const char* what) {
   return made;
 }
 
-// The owners of one writing; the destructor frees whatever was made.
 struct Writer {
   AVFormatContext* format = nullptr;
   AVCodecContext* video = nullptr;
@@ -85,19 +84,16 @@ struct Writer {
   }
 };
 
-// A fixed field of fine detail that the frames slide across.
-std::vector<std::int8_t> detail() {
-  std::mt19937 random(11);
-  std::vector<std::int8_t> field(256 * 256);
-  for (auto& value : field) value = static_cast<std::int8_t>(static_cast<int>(random() % 49) - 24);
-  return field;
-}
-
 void drawFrame(AVFrame* frame, const TestVideo& video, int index) {
   check(av_frame_make_writable(frame), "a frame");
   const double time = static_cast<double>(index) / video.framesPerSecond;
   const int gray = 16 + timeLevel(time, video.seconds) * 219 / 255;
-  static const std::vector<std::int8_t> field = detail();
+  static const std::vector<std::int8_t> field = [] {  // fine detail that the frames slide across
+    std::mt19937 random(11);
+    std::vector<std::int8_t> values(256 * 256);
+    for (auto& value : values) value = static_cast<std::int8_t>(int(random() % 49) - 24);
+    return values;
+  }();
   const int band = video.height / 4;
   for (int y = 0; y < video.height; ++y) {
     std::uint8_t* row = frame->data[0] + static_cast<std::ptrdiff_t>(y) * frame->linesize[0];
@@ -117,35 +113,14 @@ void drawFrame(AVFrame* frame, const TestVideo& video, int index) {
   frame->pts = index;
 }
 
-// A 16-bit mono PCM WAV file with the plain header of 44 bytes that
-// `espeak-ng -w` writes. Throws std::runtime_error when the file isn't one.
-Sound readWav(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  const std::string bytes((std::istreambuf_iterator<char>(file)), {});
-  const auto u16 = [&](std::size_t at) {
-    return static_cast<std::uint16_t>(static_cast<std::uint8_t>(bytes[at]) |
-                                      static_cast<std::uint8_t>(bytes[at + 1]) << 8);
-  };
-  if (bytes.size() < 44 || bytes.compare(0, 4, "RIFF") != 0 ||
-      bytes.compare(8, 8, "WAVEfmt ") != 0 || u16(20) != 1 || u16(22) != 1 || u16(34) != 16) {
-    throw std::runtime_error(path.string() + " is no 16-bit mono PCM WAV file");
-  }
-  Sound sound{u16(24) | u16(26) << 16, {}};
-  for (std::size_t at = 44; at + 1 < bytes.size(); at += 2) {
-    sound.samples.push_back(static_cast<std::int16_t>(u16(at)));
-  }
-  return sound;
-}
-
 }  // namespace
 
 Sound tone(double seconds, double hertz, int sampleRate) {
   Sound sound{sampleRate, {}};
   const auto count = static_cast<std::size_t>(seconds * sampleRate);
-  for (std::size_t i = 0; i < count; ++i) {
+  for (std::size_t i = 0; i < count; ++i)
     sound.samples.push_back(static_cast<std::int16_t>(
         16000 * std::sin(2 * std::numbers::pi * hertz * static_cast<double>(i) / sampleRate)));
-  }
   return sound;
 }
 
@@ -169,7 +144,7 @@ std::vector<std::uint8_t> blackPng(int width, int height) {
   header.insert(header.end(), {1, 0, 0, 0, 0});  // 1 bit, grey, deflate, no filter, no interlace
   chunk("IHDR", header);
 
-  // Each row is a filter byte of 0 and the row's bits, all 0.
+  // Each row: a filter byte and its bits, all 0; deflated row by row, for size.
   const std::vector<std::uint8_t> row(1 + (static_cast<std::size_t>(width) + 7) / 8, 0);
   std::vector<std::uint8_t> compressed;
   std::vector<std::uint8_t> out(1 << 16);
@@ -239,12 +214,10 @@ void writeTestVideo(const std::filesystem::path& path, const TestVideo& video) {
     writer.audio->time_base = {1, video.sound->sampleRate};
     writer.audioStream = writer.addStream(writer.audio);
   }
-  if (video.creationTime) {
+  if (video.creationTime)
     av_dict_set(&writer.format->metadata, "creation_time", video.creationTime->c_str(), 0);
-  }
-  if ((writer.format->oformat->flags & AVFMT_NOFILE) == 0) {
+  if ((writer.format->oformat->flags & AVFMT_NOFILE) == 0)
     check(avio_open(&writer.format->pb, path.c_str(), AVIO_FLAG_WRITE), "opening the file");
-  }
   check(avformat_write_header(writer.format, nullptr), "writing the header");
 
   const int frames =
@@ -272,9 +245,8 @@ void writeTestVideo(const std::filesystem::path& path, const TestVideo& video) {
       check(av_channel_layout_copy(&writer.frame->ch_layout, &writer.audio->ch_layout), "a layout");
       check(av_frame_get_buffer(writer.frame, 0), "a frame");
       auto* plane = reinterpret_cast<float*>(writer.frame->data[0]);
-      for (std::size_t i = 0; i < count; ++i) {
+      for (std::size_t i = 0; i < count; ++i)
         plane[i] = video.sound->samples[nextSample + i] / 32768.0f;
-      }
       writer.frame->pts = static_cast<std::int64_t>(nextSample);
       nextSample += count;
       writer.encode(writer.audio, writer.audioStream, writer.frame);
@@ -291,7 +263,21 @@ Sound speech(std::string_view words, const std::filesystem::path& directory) {
       "/usr/bin/espeak-ng",
       {"-v", "en-us+f2", "-s", "115", "-g", "4", "-w", wav.string(), std::string(words)}, {});
   if (espeak.wait() != 0) throw std::runtime_error("espeak-ng failed: " + espeak.err());
-  return readWav(wav);
+  // The plain 44-byte header of 16-bit mono PCM that `espeak-ng -w` writes.
+  std::ifstream file(wav, std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(file)), {});
+  const auto u16 = [&](std::size_t at) {
+    return static_cast<std::uint16_t>(static_cast<std::uint8_t>(bytes[at]) |
+                                      static_cast<std::uint8_t>(bytes[at + 1]) << 8);
+  };
+  if (bytes.size() < 44 || bytes.compare(0, 4, "RIFF") != 0 ||
+      bytes.compare(8, 8, "WAVEfmt ") != 0 || u16(20) != 1 || u16(22) != 1 || u16(34) != 16) {
+    throw std::runtime_error(wav.string() + " is no 16-bit mono PCM WAV file");
+  }
+  Sound sound{u16(24) | u16(26) << 16, {}};
+  for (std::size_t at = 44; at + 1 < bytes.size(); at += 2)
+    sound.samples.push_back(static_cast<std::int16_t>(u16(at)));
+  return sound;
 }
 
 }  // namespace brindlemoor::testing

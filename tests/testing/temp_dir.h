@@ -1,16 +1,24 @@
-// TempDir is a fresh directory under the system's temporary directory that
-// is removed, with everything in it, when the value goes away. Tests and
-// benchmarks use one per library so that every run starts clean.
+// A fresh temporary directory, removed with all in it when the value goes.
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
+#include <stdexcept>
+#include <string>
 
 namespace brindlemoor::testing {
 
 class TempDir {
  public:
-  TempDir();
-  ~TempDir();
+  TempDir() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "bm-test-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot create " + pattern);
+    m_path = pattern;
+  }
+  ~TempDir() {
+    std::error_code ignored;  // a directory that is already gone is fine
+    std::filesystem::remove_all(m_path, ignored);
+  }
   TempDir(const TempDir&) = delete;
   TempDir& operator=(const TempDir&) = delete;
 

@@ -9,12 +9,11 @@
 namespace brindlemoor::testing {
 
 TestWindow::TestWindow(const std::string& title, Rect frame, int seed)
-    : m_process(
-          BM_TEST_WINDOW,
-          {title, std::to_string(static_cast<int>(frame.x)),
-           std::to_string(static_cast<int>(frame.y)), std::to_string(static_cast<int>(frame.width)),
-           std::to_string(static_cast<int>(frame.height)), std::to_string(seed)},
-          {}) {
+    : m_process(BM_TEST_WINDOW,
+                {title, std::to_string(int(frame.x)), std::to_string(int(frame.y)),
+                 std::to_string(int(frame.width)), std::to_string(int(frame.height)),
+                 std::to_string(seed)},
+                {}) {
   const XConnection x;
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
   while (std::chrono::steady_clock::now() < deadline) {

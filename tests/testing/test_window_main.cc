@@ -1,9 +1,5 @@
-// bm-test-window TITLE X Y WIDTH HEIGHT SEED: a window of its own process
-// for the tests of the X11 layer. It asks to be placed at X, Y, draws
-// patternColour() for SEED on every exposure, and marks itself with the
-// property _BM_DRAWN once it has drawn, so that a test knows when its pixels
-// are there. It runs until it is ended.
-#include <unistd.h>
+// bm-test-window TITLE X Y WIDTH HEIGHT SEED: draws patternColour() for SEED
+// on every exposure and sets _BM_DRAWN once its pixels are there.
 #include <xcb/xcb.h>
 
 #include <cstdlib>
@@ -12,29 +8,6 @@
 
 #include "app/platform/x11/x_connection.h"
 #include "tests/testing/test_window.h"
-
-namespace {
-
-void draw(xcb_connection_t* connection, xcb_window_t window, xcb_gcontext_t gc, int width,
-          int height, int seed) {
-  // One band of rows at a time keeps each request well within its limit.
-  constexpr int kRows = 16;
-  std::vector<std::uint32_t> pixels;
-  for (int top = 0; top < height; top += kRows) {
-    const int rows = std::min(kRows, height - top);
-    pixels.assign(static_cast<std::size_t>(width) * rows, 0);
-    for (int y = 0; y < rows; ++y) {
-      for (int x = 0; x < width; ++x) {
-        pixels[static_cast<std::size_t>(y) * width + x] =
-            brindlemoor::testing::patternColour(seed, x, top + y);
-      }
-    }
-    xcb_put_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, gc, width, rows, 0, top, 0, 24,
-                  pixels.size() * 4, reinterpret_cast<const std::uint8_t*>(pixels.data()));
-  }
-}
-
-}  // namespace
 
 int main(int argc, char** argv) {
   if (argc != 7) return 2;
@@ -71,7 +44,20 @@ int main(int argc, char** argv) {
   while (xcb_generic_event_t* event = xcb_wait_for_event(connection)) {
     if ((event->response_type & 0x7f) == XCB_EXPOSE &&
         reinterpret_cast<xcb_expose_event_t*>(event)->count == 0) {
-      draw(connection, window, gc, width, height, seed);
+      // One band of rows at a time keeps each request within its limit.
+      constexpr int kRows = 16;
+      std::vector<std::uint32_t> pixels;
+      for (int top = 0; top < height; top += kRows) {
+        const int rows = std::min(kRows, height - top);
+        pixels.assign(static_cast<std::size_t>(width) * rows, 0);
+        for (int row = 0; row < rows; ++row) {
+          for (int column = 0; column < width; ++column)
+            pixels[static_cast<std::size_t>(row) * width + column] =
+                brindlemoor::testing::patternColour(seed, column, top + row);
+        }
+        xcb_put_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, gc, width, rows, 0, top, 0, 24,
+                      pixels.size() * 4, reinterpret_cast<const std::uint8_t*>(pixels.data()));
+      }
       const std::uint32_t one = 1;
       xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, drawn, XCB_ATOM_CARDINAL, 32,
                           1, &one);

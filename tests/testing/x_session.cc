@@ -20,8 +20,7 @@
 namespace brindlemoor::testing {
 namespace {
 
-// Click to focus and nothing more: the default configuration binds Super
-// chords to menus and dialogs that would become windows of the test.
+// Click to focus and nothing more: the default binds chords to menus and dialogs.
 constexpr const char* kManagerConfig =
     R"(<openbox_config xmlns="http://openbox.org/3.4/rc"><keyboard/><mouse>
  <context name="Frame"><mousebind button="Left" action="Press"><action name="Focus"/><action name="Raise"/></mousebind></context>
@@ -55,10 +54,8 @@ void stop(pid_t& pid) {
   pid = -1;
 }
 
-// Whether the window manager manages new windows: a window it announces
-// itself with can come before it handles maps, and a window mapped in between
-// stays unmanaged for good. So a probe is mapped, and the manager is ready
-// once it lists it.
+// The manager announces itself before it handles maps, and a window mapped in
+// between stays unmanaged for good: it is ready once it lists a fresh probe.
 bool managing() {
   const XConnection x;
   const xcb_window_t probe = xcb_generate_id(x.get());
@@ -82,8 +79,7 @@ XSession::XSession() {
   if (const char* display = std::getenv("DISPLAY")) m_previousDisplay = display;
   int ready[2];
   if (::pipe2(ready, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
-  // The server writes its display number to the pipe once it takes
-  // connections, choosing a free one itself.
+  // The server picks a free display and writes its number once it listens.
   m_server = spawn({"Xvfb", "-displayfd", std::to_string(ready[1]), "-screen", "0", "1920x1080x24",
                     "-nolisten", "tcp", "-noreset"},
                    ready[1]);
@@ -97,8 +93,7 @@ XSession::XSession() {
     stop(m_server);
     throw std::runtime_error("Xvfb did not start");
   }
-  m_display = ":" + number;
-  ::setenv("DISPLAY", m_display.c_str(), 1);
+  ::setenv("DISPLAY", (":" + number).c_str(), 1);
 
   const auto config = m_dir.path() / "openbox.xml";
   std::ofstream(config) << kManagerConfig;
@@ -117,15 +112,13 @@ XSession::~XSession() {
 }
 
 void XSession::shutDown() {
-  // The manager first: a server that goes first leaves it failing on a lost
-  // connection.
+  // The manager first, or it fails on a lost connection.
   stop(m_manager);
   stop(m_server);
-  if (m_previousDisplay.empty()) {
+  if (m_previousDisplay.empty())
     ::unsetenv("DISPLAY");
-  } else {
+  else
     ::setenv("DISPLAY", m_previousDisplay.c_str(), 1);
-  }
 }
 
 }  // namespace brindlemoor::testing

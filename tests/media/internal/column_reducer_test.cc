@@ -32,7 +32,7 @@ Rows reduced(const Rows& in, int to) {
   return out;
 }
 
-TEST(ColumnReducer, KeepsAFlatColourExactlyOutToTheEnds) {
+TEST(ColumnReducer, KeepsAFlatColourExactlyAndWeighsAsTheLinearKernelOfLibvips) {
   for (const auto& [from, to] : {std::pair{3000, 1920}, {1920, 540}, {7, 3}, {9, 9}, {2, 1}}) {
     // 37 samples: two full blocks of sixteen and a part.
     std::vector<std::uint8_t> row(37);
@@ -41,11 +41,7 @@ TEST(ColumnReducer, KeepsAFlatColourExactlyOutToTheEnds) {
       ASSERT_EQ(out, row) << from << " to " << to;
     }
   }
-}
-
-TEST(ColumnReducer, WeighsAsTheLinearKernelOfLibvips) {
-  // libvips on its plain path, the reference: its vector path rounds the
-  // weights to fewer bits.
+  // libvips' plain path is the reference: its vector path rounds weights coarser.
   Pictures::start();
   vips_vector_set_enabled(FALSE);
   // Noise, where a centre out of place or a wrong weight shows.

@@ -93,7 +93,7 @@ TEST(MediaImporterKind, EveryPhotoExtensionDecodesHere) {
   }
 }
 
-TEST(MediaImporterKeyTimes, SpreadFromFiveToNinetyFivePercent) {
+TEST(MediaImporterSheet, KeyTimesSpreadFrom5To95PercentIntoCellsOfTheFirstFramesShape) {
   EXPECT_TRUE(MediaImporter::keyTimes(0, 6).empty());
   EXPECT_EQ(MediaImporter::keyTimes(10, 1), std::vector<double>{5});
   EXPECT_EQ(MediaImporter::keyTimes(10, 2), (std::vector<double>{0.5, 9.5}));
@@ -101,21 +101,19 @@ TEST(MediaImporterKeyTimes, SpreadFromFiveToNinetyFivePercent) {
   ASSERT_EQ(six.size(), 6u);
   EXPECT_DOUBLE_EQ(six[1], 23);
   EXPECT_DOUBLE_EQ(six[5], 95);
-}
 
-TEST(ContactSheetCells, FitOnlyASheetOfTheirExactSize) {
-  const auto six = ContactSheet::cells(1936, 2 * 360 + 8, 6);
-  ASSERT_TRUE(six);
-  EXPECT_EQ(six->at(4), (ContactSheet::Rect{648, 368, 640, 360}));
+  // Cells fit only a sheet of their exact size.
+  const auto cells = ContactSheet::cells(1936, 2 * 360 + 8, 6);
+  ASSERT_TRUE(cells);
+  EXPECT_EQ(cells->at(4), (ContactSheet::Rect{648, 368, 640, 360}));
   EXPECT_FALSE(ContactSheet::cells(1936, 2 * 360 + 9, 6));
   EXPECT_FALSE(ContactSheet::cells(1935, 2 * 360 + 8, 6));
   EXPECT_EQ(ContactSheet::cells(1936, 2 * 100 + 8, 4).value().at(3),
             (ContactSheet::Rect{0, 108, 640, 100}));
   EXPECT_EQ(ContactSheet::cells(640, 360, 1), std::vector<ContactSheet::Rect>(1, {0, 0, 640, 360}));
   EXPECT_FALSE(ContactSheet::cells(1936, 360, 1));
-}
 
-TEST(MediaImporterContactSheet, CellsTakeTheFirstFramesShapeAndTheRestStaysGray) {
+  // Cells take the first frame's shape, and the rest of the sheet stays gray.
   EXPECT_FALSE(MediaImporter::contactSheet({}));
   const auto sheet =
       MediaImporter::contactSheet({filled(400, 300, {250, 0, 0}), filled(100, 400, {0, 250, 0}),
@@ -130,7 +128,8 @@ TEST(MediaImporterContactSheet, CellsTakeTheFirstFramesShapeAndTheRestStaysGray)
   expectColour(*sheet, 643, 100, {26, 26, 26}, 1);               // a gap
 }
 
-TEST_F(MediaImporterInNewYork, TakenDateIsTheOriginalExifDateElseTheTiffDateInLocalTime) {
+// The taken date is the original EXIF date, else the TIFF date, in local time.
+TEST_F(MediaImporterInNewYork, PhotoHasItsTakenDateCaptureFieldsAndPicturesUprightNeverEnlarged) {
   VImage picture = filled(4, 4, {0, 0, 0}).copy();
   EXPECT_FALSE(MediaImporter::takenDate(picture));
   picture.set("exif-ifd0-DateTime",
@@ -144,9 +143,7 @@ TEST_F(MediaImporterInNewYork, TakenDateIsTheOriginalExifDateElseTheTiffDateInLo
     other.set("exif-ifd2-DateTimeOriginal", text);
     EXPECT_FALSE(MediaImporter::takenDate(other)) << text;
   }
-}
 
-TEST_F(MediaImporterInNewYork, PhotoHasItsCaptureFieldsAndPicturesUprightAndNeverEnlarged) {
   testing::TempDir dir;
   const auto path = dir.path() / "Beach Day.JPG";
   VImage drawn = halves(3000, 2000).copy();

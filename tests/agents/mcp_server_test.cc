@@ -1,6 +1,4 @@
-// The MCP request handler over a real library whose daemon is out of reach,
-// so search goes by words: the protocol's replies, each tool's texts and
-// limits, and what a hostile or careless client can send.
+// The MCP handler over a real library whose daemon is out of reach, so search goes by words.
 #include "core/agents/mcp_server.h"
 
 #include <gtest/gtest.h>
@@ -52,8 +50,7 @@ class MCP : public ::testing::Test {
   json request(const std::string& method, const json& params = json::object()) {
     return *reply(json{{"id", 1}, {"method", method}, {"params", params}}.dump());
   }
-  // tools/call with `arguments` written as raw JSON, so that numbers reach the
-  // server exactly as a client wrote them.
+  // tools/call with raw JSON `arguments`, so numbers reach the server exactly as written.
   Answer callRaw(const std::string& tool, const std::string& arguments) {
     json result = reply(R"({"id":1,"method":"tools/call","params":{"name":")" + tool +
                         R"(","arguments":)" + arguments + "}}")
@@ -65,8 +62,6 @@ class MCP : public ::testing::Test {
     return callRaw(tool, arguments.dump());
   }
 
-  // A screen capture whose picture holds `words`, described as `kind` and
-  // filed in `collection` when one is given.
   void keep(int n, const std::string& words, CaptureKind kind = CaptureKind::other,
             const std::optional<std::string>& collection = std::nullopt) {
     store().insert(sampleCapture(n, 1700000000 + n));
@@ -106,8 +101,7 @@ TEST_F(MCP, TheLineDecidesWhetherAndHowToAnswerAndInitializeIntroducesTheServer)
   EXPECT_EQ(reply(R"({"id":"a","method":42})"), error("a", -32600, "Invalid request"));
   EXPECT_EQ(reply(R"({"method":"tools/call","params":{"name":"list_collections"}})"), std::nullopt)
       << "a notification is never acted upon";
-  // A string or a 64-bit integer comes back as it was sent; any other id is
-  // refused, since it couldn't be.
+  // A string or a 64-bit integer id comes back as sent; any other is refused.
   for (const json& id : {json(-3), json(18446744073709551615u), json("x")}) {
     EXPECT_EQ(reply(json{{"id", id}, {"method", "ping"}}.dump()),
               json({{"jsonrpc", "2.0"}, {"id", id}, {"result", json::object()}}));
@@ -119,15 +113,13 @@ TEST_F(MCP, TheLineDecidesWhetherAndHowToAnswerAndInitializeIntroducesTheServer)
   }
   EXPECT_EQ(request("resources/list"), error(1, -32601, "Method not found: resources/list"));
 
-  // Initialize echoes the client's version, and the tools tell their limits.
+  // Initialize echoes a version it is given as text, and tools tell their limits as they apply.
   const json result = request("initialize", {{"protocolVersion", "2024-11-05"}})["result"];
   EXPECT_EQ(result["protocolVersion"], "2024-11-05");
   EXPECT_EQ(result["instructions"], MCPServer::instructions);
   EXPECT_EQ(request("initialize", {{"protocolVersion", 2025}})["result"]["protocolVersion"],
             "2025-06-18");
 
-  // The tools' names and arguments are checked through the official client;
-  // here, that what an agent is told of the limits is what the tools do.
   const std::string tools = request("tools/list")["result"]["tools"].dump();
   EXPECT_NE(tools.find("(default 8, at most 25)"), std::string::npos);
   EXPECT_NE(tools.find("(default 10, at most 50)"), std::string::npos);
@@ -135,7 +127,7 @@ TEST_F(MCP, TheLineDecidesWhetherAndHowToAnswerAndInitializeIntroducesTheServer)
 
 TEST_F(MCP, OnlyAJsonIntegerIsALimitAndItIsClamped) {
   for (int n = 1; n <= 60; ++n) keep(n, "lemon number " + std::to_string(n));
-  // Every limit that is no JSON integer means the default.
+  // A limit that is no JSON integer means the default.
   const std::map<std::string, std::pair<std::size_t, std::size_t>> limits = {
       {"", {8, 10}},  {"2.5", {8, 10}}, {"\"10\"", {8, 10}},
       {"-1", {1, 1}}, {"3", {3, 3}},    {"18446744073709551615", {25, 50}}};

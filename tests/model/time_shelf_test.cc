@@ -21,18 +21,17 @@ std::unique_ptr<icu::Calendar> calendar(const char* zone, const char* locale) {
 const Date kThursday = dateFromSeconds(1795102200);
 
 TEST(TimeShelf, StartsInTheCallersZoneAndWeek) {
-  auto us = calendar("UTC", "en_US");            // weeks start on Sunday
-  auto de = calendar("UTC", "de_DE");            // weeks start on Monday
-  auto tokyo = calendar("Asia/Tokyo", "ja_JP");  // 00:30 on the 20th there
-  EXPECT_EQ(secondsSince1970(TimeShelf(TimeShelf::today).start(kThursday, *us)), 1795046400);
-  EXPECT_EQ(secondsSince1970(TimeShelf(TimeShelf::today).start(kThursday, *tokyo)),
-            1795046400 + 86400 - 9 * 3600);
-  EXPECT_EQ(secondsSince1970(TimeShelf(TimeShelf::thisWeek).start(kThursday, *us)),
-            1795046400 - 4 * 86400);
-  EXPECT_EQ(secondsSince1970(TimeShelf(TimeShelf::thisWeek).start(kThursday, *de)),
-            1795046400 - 3 * 86400);
-  EXPECT_EQ(secondsSince1970(TimeShelf(TimeShelf::thisMonth).start(kThursday, *de)),
-            1795046400 - 18 * 86400);
+  const double midnight = 1795046400;  // of the 19th in UTC
+  const std::vector<std::tuple<TimeShelf::Value, const char*, const char*, double>> cases = {
+      {TimeShelf::today, "UTC", "en_US", midnight},
+      {TimeShelf::today, "Asia/Tokyo", "ja_JP", midnight + 86400 - 9 * 3600},  // the 20th there
+      {TimeShelf::thisWeek, "UTC", "en_US", midnight - 4 * 86400},  // weeks start on Sunday
+      {TimeShelf::thisWeek, "UTC", "de_DE", midnight - 3 * 86400},  // weeks start on Monday
+      {TimeShelf::thisMonth, "UTC", "de_DE", midnight - 18 * 86400}};
+  for (const auto& [kind, zone, locale, start] : cases) {
+    EXPECT_EQ(secondsSince1970(TimeShelf(kind).start(kThursday, *calendar(zone, locale))), start)
+        << zone << " " << locale;
+  }
 }
 
 }  // namespace

@@ -2,15 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <vector>
-
 namespace brindlemoor {
 namespace {
 
 using Vector = std::vector<float>;
 
-TEST(VectorMathDot, SumsProductsAroundTheSimdBlockAndIsZeroForMismatchedLengths) {
+TEST(VectorMath, DotSumsAroundTheSimdBlockAndUnitAndCentroidLeaveZeroVectorsAlone) {
   EXPECT_EQ(VectorMath::dot(Vector{1, 2, 3}, Vector{1, 2, 3, 4}), 0.0f);
   // Lengths on both sides of the 16-wide block check the remainder loop.
   for (std::size_t n : {3u, 16u, 17u, 1025u}) {
@@ -23,9 +20,6 @@ TEST(VectorMathDot, SumsProductsAroundTheSimdBlockAndIsZeroForMismatchedLengths)
     }
     EXPECT_NEAR(VectorMath::dot(a, b), expected, 1e-3) << "length " << n;
   }
-}
-
-TEST(VectorMath, UnitAndCentroidScaleToLengthOneLeavingZeroVectorsAlone) {
   EXPECT_EQ(VectorMath::unit(Vector{3, 4}), (Vector{0.6f, 0.8f}));
   EXPECT_EQ(VectorMath::unit(Vector{0, 0, 0}), (Vector{0, 0, 0}));
   // The centroid is the unit sum of the vectors of the first's length.

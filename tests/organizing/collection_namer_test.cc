@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
-#include <string>
-#include <vector>
 
 #include "tests/testing/imitation_ollama.h"
 #include "tests/testing/sample_captures.h"
@@ -38,14 +36,11 @@ TEST(CollectionNamer, PromptHasALineForEachOfTheFirstTwelveCaptures) {
   EXPECT_NE(prompt.find("- Capture 12: \n\nName"), std::string::npos) << "twelve and no more";
 }
 
-TEST(CollectionNamer, ParseCleansTheNameOrFallsBackToUntitled) {
+TEST(CollectionNamer, ParseCleansTheNameAndTakesTheFirstWholeEmojiElseFallsBack) {
   EXPECT_EQ(CollectionNamer::parse("not json"), (Naming{"Untitled collection", "📁"}));
   EXPECT_EQ(parsed(7, "🍋"), (Naming{"Untitled collection", "🍋"}));
   EXPECT_EQ(parsed("  \"Lemon\n\tRecipes\"  ", "🍋").name, "Lemon Recipes");
   EXPECT_EQ(parsed(std::string(41, 'a'), "🍋").name, std::string(39, 'a') + "…");
-}
-
-TEST(CollectionNamer, ParseTakesTheFirstWholeCharacterThatShowsAsAnEmojiElseTheFolder) {
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"x🍋📂", "🍋"},
       {"🇫🇷🇩", "🇫🇷"},  // a flag is two regional indicators; of three, the first two pair up

@@ -4,8 +4,6 @@
 
 #include <cmath>
 #include <limits>
-#include <string>
-#include <vector>
 
 #include "core/model/vector_math.h"
 
@@ -15,15 +13,14 @@ namespace {
 using Decision = Organizer::Decision;
 using Vector = std::vector<float>;
 
-// The unit vector in the plane whose score against {1, 0} is exactly
-// `cosine`: the second component is multiplied by 0.
+// The unit vector in the plane that scores exactly `cosine` against {1, 0}.
 Vector at(float cosine) {
   return {cosine, std::sqrt(1.0f - cosine * cosine)};
 }
 
 const Vector kEast = {1.0f, 0.0f};
 
-TEST(OrganizerDecide, ThresholdsAreExactJoiningBeatsFormingAndFormingTakesTheTwelveClosest) {
+TEST(OrganizerDecide, ThresholdsAreExactJoiningBeatsFormingAndOnlyLikeVectorsMatch) {
   // With one member {1, 0} the centroid is that member, so the centroid and
   // the best member both score exactly the capture's first component.
   const std::vector<Organizer::Group> groups = {{"empty", {}}, {"c", {kEast}}};
@@ -45,11 +42,7 @@ TEST(OrganizerDecide, ThresholdsAreExactJoiningBeatsFormingAndFormingTakesTheTwe
   }
   EXPECT_EQ(Organizer{}.decide(kEast, {}, unsorted),
             Decision::form({"a", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k", "l"}, 0.99f));
-}
-
-TEST(OrganizerDecide, VectorsOfAnotherLengthOrNotANumberMatchNothing) {
-  // Identical in their common part, so a dot product over the shorter length
-  // would have scored them 1.
+  // Identical in their common part: a dot product over the shorter length would score them 1.
   Organizer organizer;
   organizer.formThreshold = 0.01f;
   organizer.joinThreshold = 0.01f;

@@ -1,5 +1,3 @@
-// The plain texts of captures that agents and the terminal read, in a fixed
-// locale and time zone.
 #include "core/presentation/capture_text.h"
 
 #include <gtest/gtest.h>
@@ -72,8 +70,7 @@ TEST_F(CaptureTexts, FullTextAddsEachBlockThatAppliesInOrder) {
                              "\n\nSaid in it:\nplease show me the library"
                              "\n\nText on it:\nLemon tart\nBake");
 
-  // A long text is cut at 4000 characters, each "é" here being e and a
-  // combining accent: two code points, three bytes, one character.
+  // Cut at 4000 characters, each "é" being e and a combining accent: three bytes, one character.
   std::string exactly;
   for (int i = 0; i < 4000; ++i) exactly += "e\u0301";
   m_capture.stage = CaptureStage::read;

@@ -60,8 +60,7 @@ TEST_F(DatabaseTest, TransactionCommitsOrLeavesEverythingAsItWas) {
   m_db.transaction([&] { m_db.run("INSERT INTO t VALUES (4)"); });  // no transaction was left open
 }
 
-// One thread's transaction that fails must take nothing of the other's with
-// it, and no transaction may start inside another.
+// A failing transaction takes nothing of another thread's with it; none starts inside another.
 TEST_F(DatabaseTest, ThreadsSharingTheConnectionKeepTheirTransactionsApart) {
   m_db.execute("CREATE TABLE t (a INTEGER NOT NULL)");
   auto writer = [&](bool failing) {

@@ -22,7 +22,6 @@ std::int64_t scalar(const std::filesystem::path& root, const std::string& sql) {
 
 const char* const kVersion = "SELECT user_version AS n FROM pragma_user_version";
 
-// A library of version 1 with one capture, and `sql` run on it.
 void writeVersionOne(const std::filesystem::path& root, const std::string& sql) {
   std::filesystem::create_directories(root);
   Database db(root / "library.sqlite");
@@ -33,8 +32,7 @@ void writeVersionOne(const std::filesystem::path& root, const std::string& sql) 
   db.setUserVersion(1);
 }
 
-template <class T>
-Ids ids(const std::vector<T>& items) {
+Ids ids(const auto& items) {
   Ids result;
   for (const auto& item : items) result.push_back(item.id);
   return result;
@@ -144,7 +142,6 @@ TEST_F(LibraryStoreTest, IdsStartingWithAPrefixAreARangeWithoutWildcards) {
     capture.id = id;
     m_store.insert(capture);
   }
-  using Ids = std::vector<std::string>;
   EXPECT_EQ(m_store.idsStartingWith("8369", 10), (Ids{all[0], all[1], all[2]}));
   EXPECT_EQ(m_store.idsStartingWith("83693166", 1), Ids{all[0]});
   for (const char* none : {"8369%", "836_", "8369\xff", "83693166-0000-4000-8000-0000000000012"}) {

@@ -1,6 +1,4 @@
-// brindlemoor-mcp run as an agent runs it: a separate process on a library
-// in a temporary home, fed lines on its standard input, and driven by the
-// official MCP SDK's client, which scripts/install-test-node-modules installs.
+// brindlemoor-mcp as a separate process, fed lines or driven by the official MCP SDK's client.
 #include <gtest/gtest.h>
 
 #include <fstream>
@@ -45,12 +43,16 @@ class McpProcess : public ::testing::Test {
             {"TZ", "UTC"}};
   }
 
-  // Runs the server with `input` as its standard input until it ends.
-  testing::ChildProcess run(const std::string& input) {
+  // The server with `input` on its standard input, the library's folder read-only if asked.
+  testing::ChildProcess run(const std::string& input, bool readOnly = false) {
     const auto file = m_home.path() / "input";
     std::ofstream(file, std::ios::binary) << input;
-    return testing::ChildProcess("/bin/sh", {"-c", "exec \"$0\" < \"$1\"", BRINDLEMOOR_MCP, file},
-                                 environment());
+    const std::string mount = "mount --bind \"$2\" \"$2\" && mount -o remount,ro,bind \"$2\" && ";
+    return testing::ChildProcess(
+        readOnly ? "/usr/bin/unshare" : "/usr/bin/env",
+        {readOnly ? "-m" : "--", "/bin/sh", "-c", (readOnly ? mount : "") + "exec \"$0\" < \"$1\"",
+         BRINDLEMOOR_MCP, file.string(), m_data.string()},
+        environment());
   }
 
   testing::TempDir m_home;
@@ -74,34 +76,24 @@ TEST_F(McpProcess, AnswersEachRequestOnALineOfItsOwnUntilTheInputEnds) {
   EXPECT_EQ(server.out(), parseError.dump() + "\n" + parseError.dump() + "\n" + pong.dump() + "\n");
 }
 
-// A library on a medium that can't be written (a read-only mount, a backup
-// disk) is still read and searched: only writers need to write.
+// A library on a read-only mount or a backup disk is still searched: only writers write.
 TEST_F(McpProcess, SearchesALibraryOnAReadOnlyMedium) {
   if (testing::ChildProcess("/usr/bin/unshare", {"-m", "true"}, {}).wait() != 0) {
-    GTEST_SKIP() << "unshare -m can't make a mount namespace here, so nothing can be mounted "
-                    "read-only";
+    GTEST_SKIP() << "unshare -m can't make a mount namespace here";
   }
   keepTart();
-  const auto input = m_home.path() / "input";
-  std::ofstream(input)
-      << json{{"jsonrpc", "2.0"},
-              {"id", 1},
-              {"method", "tools/call"},
-              {"params", {{"name", "search_brindlemoor"}, {"arguments", {{"query", "lemon"}}}}}}
-             .dump()
-      << "\n";
-  testing::ChildProcess server(
-      "/usr/bin/unshare",
-      {"-m", "/bin/sh", "-c",
-       "mount --bind \"$1\" \"$1\" && mount -o remount,ro,bind \"$1\" && exec \"$0\" < \"$2\"",
-       BRINDLEMOOR_MCP, m_data.string(), input.string()},
-      environment());
+  testing::ChildProcess server =
+      run(json{{"jsonrpc", "2.0"},
+               {"id", 1},
+               {"method", "tools/call"},
+               {"params", {{"name", "search_brindlemoor"}, {"arguments", {{"query", "lemon"}}}}}}
+              .dump(),
+          true);
   ASSERT_EQ(server.wait(), 0) << server.err();
-  const json reply = json::parse(server.out());
-  EXPECT_FALSE(reply["result"]["isError"].get<bool>()) << reply;
-  EXPECT_NE(reply["result"]["content"][0]["text"].get<std::string>().find("Lemon tart"),
-            std::string::npos)
-      << reply;
+  const json result = json::parse(server.out())["result"];
+  EXPECT_FALSE(result["isError"].get<bool>()) << result;
+  EXPECT_NE(result["content"][0]["text"].get<std::string>().find("Lemon tart"), std::string::npos)
+      << result;
 }
 
 TEST_F(McpProcess, TheOfficialClientNegotiatesListsAndCallsEveryTool) {
@@ -123,8 +115,7 @@ TEST_F(McpProcess, TheOfficialClientNegotiatesListsAndCallsEveryTool) {
     {"name": "get_capture", "properties": ["id"], "required": ["id"]},
     {"name": "list_collections", "properties": [], "required": []}])"));
 
-  // Each tool's text is the request handler's, checked in its own test; here,
-  // that the server writes dates in the locale and time zone of its environment.
+  // The handler's texts are pinned in its own test; here, dates follow the environment's locale.
   LibraryStore store(m_data / "Brindlemoor");
   const std::unique_ptr<icu::TimeZone> utc(icu::TimeZone::createTimeZone("UTC"));
   const std::string listing = CaptureText::listing(*store.capture(sampleID(1)), store.collections(),

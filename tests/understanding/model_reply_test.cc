@@ -2,16 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace brindlemoor {
 namespace {
-
-std::string repeated(const std::string& piece, int times) {
-  std::string result;
-  for (int i = 0; i < times; ++i) result += piece;
-  return result;
-}
 
 TEST(ModelReply, FindsOneWellFormedObjectAmidChatterAndPutsTextOnOneShortLine) {
   const auto object = ModelReply::jsonObject("Sure! ```json\n{\"title\": \"A {b}\"}\n``` Done.");
@@ -20,7 +12,8 @@ TEST(ModelReply, FindsOneWellFormedObjectAmidChatterAndPutsTextOnOneShortLine) {
 
   EXPECT_EQ(ModelReply::jsonObject("{\"a\": 1} {\"b\": 2}"), std::nullopt);
   EXPECT_EQ(ModelReply::jsonObject("{\"a\": \"\xC3\x28\"}"), std::nullopt);
-  const std::string deep = repeated("{\"a\":", 100000) + "1" + std::string(100000, '}');
+  std::string deep = "1";
+  for (int i = 0; i < 100000; ++i) deep = "{\"a\":" + deep + "}";
   EXPECT_EQ(ModelReply::jsonObject(deep), std::nullopt);
 
   EXPECT_EQ(ModelReply::clean("  \"Refunds\n\n and\t\tdisputes\"\n", 90), "Refunds and disputes");

@@ -16,7 +16,6 @@ namespace brindlemoor {
 namespace {
 
 using nlohmann::json;
-using testing::ClosedPort;
 using testing::ImitationOllama;
 using Failure = OllamaClient::Failure;
 const auto failureOf = [](auto action) { return testing::failureOf<Failure>(action); };
@@ -34,24 +33,16 @@ class OllamaClientTest : public ::testing::Test {
   std::string generate(const std::string& prompt, double timeout = 120) const {
     return m_client.generate(kVision, prompt, std::nullopt, {}, false, 80, timeout);
   }
-  // Pulls, adding each report to m_calls.
-  void pull() {
-    m_client.pull(kVision, [&](auto... call) { m_calls.emplace_back(call...); });
-  }
 
   ImitationOllama m_ollama;
   OllamaClient m_client{m_ollama.host()};
-  std::vector<Call> m_calls;
 };
 
 TEST(OllamaClientHost, ReadsOllamaHostAsOllamasOwnToolsDo) {
-  const std::vector<std::pair<const char*, std::string>> cases = {
-      {" 'example.com:8080' ", "http://example.com:8080"},
-      {"::1", "http://[::1]:11434"},
-  };
   const char* const old = std::getenv("OLLAMA_HOST");
   const std::optional<std::string> kept = old ? std::optional<std::string>(old) : std::nullopt;
-  for (const auto& [setting, host] : cases) {
+  for (const auto& [setting, host] : std::vector<std::pair<const char*, std::string>>{
+           {" 'example.com:8080' ", "http://example.com:8080"}, {"::1", "http://[::1]:11434"}}) {
     setenv("OLLAMA_HOST", setting, 1);
     EXPECT_EQ(OllamaClient().host(), host) << "OLLAMA_HOST=" << setting;
   }
@@ -151,7 +142,7 @@ TEST_F(OllamaClientTest, UnusableAnswersFailWithBoundedValidWords) {
 }
 
 TEST_F(OllamaClientTest, AClosedPortOrTheCallersTimeoutIsUnreachableInLibcurlsWords) {
-  const ClosedPort closed;
+  const testing::ClosedPort closed;
   const Failure refused = failureOf([&] { OllamaClient(closed.host()).version(); });
   EXPECT_EQ(refused.kind(), Failure::Kind::unreachable);
   EXPECT_TRUE(refused.message().starts_with("Failed to connect to 127.0.0.1 port " +
@@ -188,6 +179,10 @@ TEST_F(OllamaClientTest, PullReportsEachObjectLineAsItComesUntilAnError) {
   EXPECT_GE(times.back() - times.front(), 4 * ImitationOllama::kPullPause)
       << "the lines were reported only after the stream ended";
   EXPECT_EQ(lastJson("/api/pull"), json::parse(R"({"model": "qwen3.5:4b", "stream": true})"));
+  std::vector<Call> calls;
+  const auto pull = [&] {
+    m_client.pull(kVision, [&](auto... call) { calls.emplace_back(call...); });
+  };
 
   m_ollama.answer("/api/pull", 200,
                   "pulling, and this is not JSON\n"
@@ -197,7 +192,7 @@ TEST_F(OllamaClientTest, PullReportsEachObjectLineAsItComesUntilAnError) {
                       R"({"status": 2, "completed": "7", "total": 1.5})",
                   "application/x-ndjson");
   pull();
-  EXPECT_EQ(m_calls, (std::vector<Call>{{5, 10, "one"}, {0, 0, ""}}));
+  EXPECT_EQ(calls, (std::vector<Call>{{5, 10, "one"}, {0, 0, ""}}));
 
   // It fails at a line that reports an error, or on any status but 200.
   m_ollama.answer("/api/pull", 200,
@@ -205,7 +200,7 @@ TEST_F(OllamaClientTest, PullReportsEachObjectLineAsItComesUntilAnError) {
                   "{\"status\": \"success\"}\n",
                   "application/x-ndjson");
   EXPECT_STREQ(failureOf([&] { pull(); }).what(), "Ollama answered 200: no space");
-  EXPECT_EQ(m_calls.back(), (Call{0, 0, "pulling manifest"}));
+  EXPECT_EQ(calls.back(), (Call{0, 0, "pulling manifest"}));
   m_ollama.answer("/api/pull", 500, R"({"error": "disk on fire"})");
   EXPECT_EQ(failureOf([&] { pull(); }), Failure::server(500, "pull qwen3.5:4b"));
 }

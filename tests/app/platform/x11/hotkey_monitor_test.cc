@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -33,20 +34,18 @@ class HotkeyMonitorTest : public ::testing::Test {
   // The firings since the last call, once `expected` have come or 5 s have
   // passed, and a little longer, so that one too many would show.
   int fired(int expected) {
-    const auto deadline = std::chrono::steady_clock::now() + 5s;
-    while (m_firings < expected && std::chrono::steady_clock::now() < deadline) {
-      std::this_thread::sleep_for(10ms);
-    }
+    within5s([&] { return m_firings >= expected; });
     std::this_thread::sleep_for(300ms);
     return m_firings.exchange(0);
   }
   bool heldComesTo(HeldKeys held) {
+    return within5s([&] { return m_monitor.held() == held; });
+  }
+  static bool within5s(const std::function<bool()>& done) {
     const auto deadline = std::chrono::steady_clock::now() + 5s;
-    while (m_monitor.held() != held) {
-      if (std::chrono::steady_clock::now() > deadline) return false;
+    while (!done() && std::chrono::steady_clock::now() < deadline)
       std::this_thread::sleep_for(10ms);
-    }
-    return true;
+    return done();
   }
   std::vector<HeldKeys> heldSeen() {
     std::lock_guard lock(m_mutex);

@@ -10,13 +10,10 @@ namespace {
 
 using G = BothSidesGesture;
 
-// Flags as the platform sends them for the pair of Super keys: a side bit
-// with the device-independent bit beside it.
-constexpr std::uint64_t L = G::leftCommand | G::command;
-constexpr std::uint64_t R = G::rightCommand | G::command;
-constexpr std::uint64_t kShift = G::shift;
-constexpr std::uint64_t kCapsLock = 0x10000;
-constexpr std::uint64_t kKey = ~std::uint64_t{0};  // stands for a key press in a row
+// Flags as the platform sends them for the Super keys: a side bit with the
+// device-independent bit beside it; kKey stands for a key press in a row.
+constexpr std::uint64_t L = G::leftCommand | G::command, R = G::rightCommand | G::command,
+                        kShift = G::shift, kCapsLock = 0x10000, kKey = ~std::uint64_t{0};
 
 enum class State { idle, armed, fired, spoiled, spoiledAfterFiring };
 
@@ -26,9 +23,7 @@ State stateOf(const G& gesture) {
   return gesture.fired() ? State::fired : State::armed;
 }
 
-// Every transition of the machine, each reached from a cleared gesture, and
-// the sequences a hand on the keys really makes. `marks` has one mark an
-// event: '+' fired, '-' did not, '.' a key press, which gives no result.
+// Every transition, and what a hand really does; a mark an event: '+' fired, '-' not, '.' a key.
 TEST(BothSidesGesture, FollowsEveryTransition) {
   const struct {
     const char* what;

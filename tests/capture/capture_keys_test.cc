@@ -18,10 +18,10 @@ TEST(CaptureKeys, StoredValueReadsBackOrFallsBackToBothSuperKeys) {
 
 // Each pair fires with its own two keys and is spoiled by the other pair.
 TEST(CaptureKeys, EachPairIsSpoiledByTheOther) {
-  constexpr std::uint64_t leftSuper = G::leftCommand | G::command;
-  constexpr std::uint64_t rightSuper = G::rightCommand | G::command;
-  constexpr std::uint64_t leftAlt = G::leftOption | G::option;
-  constexpr std::uint64_t rightAlt = G::rightOption | G::option;
+  constexpr std::uint64_t leftSuper = G::leftCommand | G::command,
+                          rightSuper = G::rightCommand | G::command,
+                          leftAlt = G::leftOption | G::option,
+                          rightAlt = G::rightOption | G::option;
   const auto fires = [](CaptureKeys keys, std::uint64_t first, std::uint64_t second) {
     auto gesture = keys.gesture().value();
     gesture.flagsChanged(first);
@@ -36,8 +36,7 @@ TEST(CaptureKeys, EachPairIsSpoiledByTheOther) {
 }
 
 TEST(CaptureKeys, ShortcutIsKWithExactlyCtrlAltSuper) {
-  constexpr std::uint64_t exact = G::control | G::option | G::command;
-  constexpr std::uint64_t capsLock = 0x10000;
+  constexpr std::uint64_t exact = G::control | G::option | G::command, capsLock = 0x10000;
   EXPECT_TRUE(CaptureKeys::isShortcut(40, exact));
   EXPECT_TRUE(CaptureKeys::isShortcut(40, exact | capsLock | G::leftCommand | G::rightOption));
   EXPECT_FALSE(CaptureKeys::isShortcut(40, exact | G::shift));

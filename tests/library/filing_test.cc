@@ -1,7 +1,5 @@
-// Filing reads its vectors from the shared index, keeps the collections'
-// centroids between decisions and scores only the unsorted captures that
-// can reach the threshold; its decisions must be exactly those of the
-// organizer on vectors read afresh from the store.
+// Filing's shortcuts (the shared index, kept centroids, scoring only the unsorted
+// that can reach the threshold) must decide exactly as the organizer on fresh vectors.
 #include "core/library/filing.h"
 
 #include <gtest/gtest.h>
@@ -96,8 +94,7 @@ TEST(Filing, DecidesAsTheOrganizerDoesOnVectorsReadAfresh) {
   EXPECT_GT(alone, 5);
 }
 
-// A collection whose naming failed, or whose process was killed before it,
-// keeps "New collection" only until a later pass names it.
+// A collection whose naming failed or was cut short is named on a later pass.
 TEST(Filing, ACollectionLeftUnnamedIsNamedOnALaterPass) {
   testing::TempDir dir;
   LibraryStore store(dir.path());

@@ -22,8 +22,7 @@ Bytes fileBytes(const std::filesystem::path& path) {
   return Bytes(std::istreambuf_iterator<char>(file), {});
 }
 
-// A library whose daemon is out of reach and whose kept bytes are no
-// pictures, so the pipeline leaves every capture waiting at `captured`.
+// The daemon is out of reach and the kept bytes no pictures: captures wait at `captured`.
 class LibraryEdits : public ::testing::Test {
  protected:
   LibraryStore& store() { return m_library.store(); }

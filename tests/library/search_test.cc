@@ -16,19 +16,15 @@ using testing::sampleID;
 constexpr const char* kEmbedding = "embedding:test";
 constexpr int kDimension = 768;  // the imitation daemon's
 
-// A library on the imitation daemon whose captures are stored directly with
-// the texts and vectors a test chooses.
+// Captures are stored directly with the texts and vectors a test chooses.
 class Search : public ::testing::Test {
  protected:
   Search() { m_daemon.setModels({kEmbedding}); }
-  // The unit vector the daemon gives for `query` as a search embeds it.
-  std::vector<float> queryVector(const std::string& query) {
-    return VectorMath::unit(
-        testing::ImitationOllama::embeddingOf(EmbeddingText::query(query), kDimension));
-  }
-  std::vector<float> opposite(std::vector<float> vector) {
-    for (float& x : vector) x = -x;
-    return vector;
+  // The unit vector the daemon gives for `query` as a search embeds it, or its opposite.
+  static std::vector<float> queryVector(const std::string& query, float sign = 1) {
+    auto vector = testing::ImitationOllama::embeddingOf(EmbeddingText::query(query), kDimension);
+    for (float& x : vector) x *= sign;
+    return VectorMath::unit(vector);
   }
   void add(int n, const std::string& text, const std::vector<float>& meaning,
            const std::optional<std::string>& collection = std::nullopt) {
@@ -49,9 +45,9 @@ class Search : public ::testing::Test {
 
 TEST_F(Search, WordsAndVectorsMergeWithTheirReasons) {
   const auto close = queryVector("quince jam");
-  add(1, "quince jam on toast", close);            // words and both spaces
-  add(2, "a note about quince", opposite(close));  // words only
-  add(3, "nothing in common", close);              // both spaces only
+  add(1, "quince jam on toast", close);                          // words and both spaces
+  add(2, "a note about quince", queryVector("quince jam", -1));  // words only
+  add(3, "nothing in common", close);                            // both spaces only
   const SearchFindings found = m_library->findings("quince jam");
   ASSERT_EQ(found.hits.size(), 2u) << "the second needs every word";
   EXPECT_EQ(found.hits[1].capture.id, sampleID(3));
@@ -66,7 +62,7 @@ TEST_F(Search, WordsAndVectorsMergeWithTheirReasons) {
 }
 
 TEST_F(Search, ANearlyCoveredCollectionIsCompleted) {
-  const auto far = opposite(queryVector("lisbon"));
+  const auto far = queryVector("lisbon", -1);
   store().insertCollection({"trip", "Trip", "🚋", now(), now(), 0, 0, false});
   for (int n = 1; n <= 3; ++n) add(n, "lisbon tram " + std::to_string(n), far, "trip");
   add(4, "the hotel booking", far, "trip");

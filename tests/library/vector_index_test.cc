@@ -1,6 +1,5 @@
-// The index must hold what reading the store afresh gives after any write:
-// its own connection's, which it takes in capture by capture, and another's,
-// after which it reads everything.
+// After any write, its own connection's or another's, the index must hold
+// what reading the store afresh gives.
 #include "core/library/vector_index.h"
 
 #include <gtest/gtest.h>

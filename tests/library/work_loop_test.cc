@@ -15,9 +15,8 @@ namespace {
 using testing::sampleCapture;
 using testing::sampleID;
 
-// Runs a WorkLoop whose step is given by the test, and records which
-// captures the drain handed to it, in order, and whether two were in the
-// step at once. The test reads m_seen only once no drain runs.
+// A WorkLoop whose step the test gives, recording the captures handed to it
+// in order (read only once no drain runs) and whether two were in it at once.
 class WorkLoopTest : public ::testing::Test {
  protected:
   void start(std::function<void(const Capture&)> step) {
@@ -28,8 +27,14 @@ class WorkLoopTest : public ::testing::Test {
       --m_running;
     });
   }
-  // Files the capture as the last stage does.
+  // Files the capture as the last stage does, or fails it as a daemon down does.
   void organize(const Capture& capture) { m_store.setCollection(capture.id, std::nullopt); }
+  void fail(const Capture& capture, int retry = 0) {
+    m_store.recordFailure(capture.id, "Ollama is not running", retry, now());
+  }
+  void keep(int from, int to) {
+    for (int n = from; n <= to; ++n) m_store.insert(sampleCapture(n, n));
+  }
 
   testing::TempDir m_dir;
   LibraryStore m_store{m_dir.path()};
@@ -44,15 +49,10 @@ TEST_F(WorkLoopTest, OldestDueFirstInBatchesAndALateKeepJoinsTheNextBatch) {
     // Older than everything, so the next batch takes it first.
     if (capture.id == sampleID(1)) m_store.insert(sampleCapture(999, 1));
     // A failed one waits for its retry time: the drain doesn't take it again.
-    if (capture.id == sampleID(2)) {
-      m_store.recordFailure(capture.id, "Ollama is not running", 60, now());
-    } else {
-      organize(capture);
-    }
+    capture.id == sampleID(2) ? fail(capture, 60) : organize(capture);
   });
   for (int n = 45; n >= 1; --n) m_store.insert(sampleCapture(n, 100 + n));
   m_loop->work();
-
   std::vector<std::string> expected;
   for (int n = 1; n <= 45; ++n) expected.push_back(sampleID(n));
   expected.insert(expected.begin() + 20, sampleID(999));
@@ -64,7 +64,7 @@ TEST_F(WorkLoopTest, ConcurrentWorkCallsShareOneDrainAndEachReturnsAfterIt) {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
     organize(capture);
   });
-  for (int n = 1; n <= 30; ++n) m_store.insert(sampleCapture(n, n));
+  keep(1, 30);
   std::atomic<int> returnedEarly = 0;
   std::vector<std::thread> callers;
   for (int i = 0; i < 10; ++i) {
@@ -80,28 +80,27 @@ TEST_F(WorkLoopTest, ConcurrentWorkCallsShareOneDrainAndEachReturnsAfterIt) {
   EXPECT_EQ(returnedEarly, 0);
 }
 
-TEST_F(WorkLoopTest, DestroyingTheLibraryReleasesWaiters) {
+TEST_F(WorkLoopTest, DestroyingTheLoopStopsAfterTheCaptureInHand) {
   std::atomic<bool> inStep = false;
   start([&](const Capture& capture) {
     inStep = true;
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     organize(capture);
   });
-  for (int n = 1; n <= 5; ++n) m_store.insert(sampleCapture(n, n));
+  keep(1, 5);
   m_loop->startWork();
   while (!inStep) std::this_thread::yield();
   m_loop.reset();
-  EXPECT_LT(m_seen.size(), 5u) << "it stopped after the capture in hand";
+  EXPECT_LT(m_seen.size(), 5u);
   EXPECT_EQ(m_store.pending(now(), 20).size(), 5u - m_seen.size());
 }
 
+// Each call fails slowly enough for its retry to fall due before the next: a
+// drain that took them up again would never end.
 TEST_F(WorkLoopTest, ADrainTakesEachCaptureOnceThoughItsRetryFallsDueMeanwhile) {
-  for (int n = 0; n < 25; ++n) m_store.insert(sampleCapture(n, n));
-  // Every call fails slowly enough for its retry to be due before the next:
-  // a drain that took them up again would never end.
+  keep(0, 24);
   start([&](const Capture& capture) {
-    if (m_seen.size() > 200) return organize(capture);  // the fault, bounded
-    m_store.recordFailure(capture.id, "Ollama is not running", 0, now());
+    m_seen.size() > 200 ? organize(capture) : fail(capture);  // the fault, bounded
   });
   m_loop->work();
   EXPECT_EQ(m_seen.size(), 25u);
@@ -109,24 +108,21 @@ TEST_F(WorkLoopTest, ADrainTakesEachCaptureOnceThoughItsRetryFallsDueMeanwhile) 
   EXPECT_EQ(m_seen.size(), 50u) << "the next drain tries them again";
 }
 
-// A process that keeps captures (each asks for work) while a drain is busy
-// must not be held for a second pass over captures the drain already took:
-// with a daemon that never answers, each pass costs every capture its whole
-// timeout.
+// A process keeping captures while a drain is busy must not be held for a
+// second pass: with a daemon that never answers, each costs every timeout.
 TEST_F(WorkLoopTest, AsksMadeDuringADrainAreAnsweredByIt) {
-  std::atomic<bool> inStep = false;
-  std::atomic<bool> asked = false;
+  std::atomic<bool> inStep = false, asked = false;
   std::atomic<int> steps = 0;
   start([&](const Capture& capture) {
     inStep = true;
     while (!asked) std::this_thread::yield();
-    m_store.recordFailure(capture.id, "Ollama is not running", 0, now());
+    fail(capture);
     ++steps;
   });
-  m_store.insert(sampleCapture(1, 1));
+  keep(1, 1);
   m_loop->startWork();
   while (!inStep) std::this_thread::yield();
-  m_store.insert(sampleCapture(2, 2));
+  keep(2, 2);
   m_loop->startWork();
   asked = true;
   while (steps < 2) std::this_thread::yield();
@@ -137,7 +133,7 @@ TEST_F(WorkLoopTest, AsksMadeDuringADrainAreAnsweredByIt) {
 }
 
 TEST_F(WorkLoopTest, AnotherProcesssDrainIsLeftAloneOrWaitedFor) {
-  m_store.insert(sampleCapture(1, 1));
+  keep(1, 1);
   start([&](const Capture& capture) { organize(capture); });
   PipelineLock others(m_dir.path());
   ASSERT_TRUE(others.tryTake());

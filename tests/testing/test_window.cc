@@ -8,11 +8,11 @@
 
 namespace brindlemoor::testing {
 
-TestWindow::TestWindow(const std::string& title, Rect frame, int seed)
+TestWindow::TestWindow(const std::string& title, Rect frame, int seed, const std::string& companion)
     : m_process(BM_TEST_WINDOW,
                 {title, std::to_string(int(frame.x)), std::to_string(int(frame.y)),
                  std::to_string(int(frame.width)), std::to_string(int(frame.height)),
-                 std::to_string(seed)},
+                 std::to_string(seed), companion},
                 {}) {
   const XConnection x;
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);

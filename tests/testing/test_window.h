@@ -25,7 +25,9 @@ class TestWindow {
  public:
   // Returns once the window manager lists the window titled `title` and it
   // has drawn itself; throws std::runtime_error when that takes seconds.
-  TestWindow(const std::string& title, Rect frame, int seed);
+  // A `companion` shell command is run by the window's process, as a child
+  // of the application, such as the player of its sound.
+  TestWindow(const std::string& title, Rect frame, int seed, const std::string& companion = "");
 
   xcb_window_t id() const { return m_id; }
   pid_t pid() const { return m_process.pid(); }

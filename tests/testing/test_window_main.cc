@@ -1,5 +1,8 @@
-// bm-test-window TITLE X Y WIDTH HEIGHT SEED: draws patternColour() for SEED
-// on every exposure and sets _BM_DRAWN once its pixels are there.
+// bm-test-window TITLE X Y WIDTH HEIGHT SEED COMPANION: draws patternColour()
+// for SEED on every exposure and sets _BM_DRAWN once its pixels are there;
+// a COMPANION that isn't empty is run by /bin/sh as a child.
+#include <fcntl.h>
+#include <unistd.h>
 #include <xcb/xcb.h>
 
 #include <cstdlib>
@@ -10,7 +13,15 @@
 #include "tests/testing/test_window.h"
 
 int main(int argc, char** argv) {
-  if (argc != 7) return 2;
+  if (argc != 8) return 2;
+  if (argv[7][0] != '\0' && ::fork() == 0) {
+    // Not on the pipes of whoever waits for the window to end.
+    const int nowhere = ::open("/dev/null", O_WRONLY);
+    ::dup2(nowhere, STDOUT_FILENO);
+    ::dup2(nowhere, STDERR_FILENO);
+    ::execl("/bin/sh", "sh", "-c", argv[7], static_cast<char*>(nullptr));
+    ::_exit(127);
+  }
   const std::string title = argv[1];
   const int x = std::atoi(argv[2]), y = std::atoi(argv[3]);
   const int width = std::atoi(argv[4]), height = std::atoi(argv[5]), seed = std::atoi(argv[6]);

@@ -21,18 +21,6 @@ XConnection connected() {
   }
 }
 
-// The top-level window that holds `window`: only the root's children are
-// redirected, so their pixmaps are what hold a client's pixels.
-xcb_window_t topLevel(const XConnection& x, xcb_window_t window) {
-  for (;;) {
-    const auto tree =
-        xReply(xcb_query_tree_reply(x.get(), xcb_query_tree(x.get(), window), nullptr));
-    if (!tree) return XCB_WINDOW_NONE;
-    if (tree->parent == x.root() || tree->parent == XCB_WINDOW_NONE) return window;
-    window = tree->parent;
-  }
-}
-
 }  // namespace
 
 WindowCapturer::WindowCapturer() : m_x(connected()) {
@@ -81,7 +69,7 @@ WindowCapturer::Target WindowCapturer::focusedTarget(int ownPID) const {
 }
 
 WindowCapturer::Picture WindowCapturer::shoot(const Target& target) const {
-  const xcb_window_t top = topLevel(m_x, target.window);
+  const xcb_window_t top = WindowList::topLevel(m_x, target.window);
   const auto geometry = xReply(
       xcb_get_geometry_reply(m_x.get(), xcb_get_geometry(m_x.get(), target.window), nullptr));
   const auto offset = xReply(xcb_translate_coordinates_reply(

@@ -76,6 +76,16 @@ std::optional<xcb_window_t> active(const XConnection& x) {
   return windows.front();
 }
 
+xcb_window_t topLevel(const XConnection& x, xcb_window_t window) {
+  for (;;) {
+    const auto tree =
+        xReply(xcb_query_tree_reply(x.get(), xcb_query_tree(x.get(), window), nullptr));
+    if (!tree) return XCB_WINDOW_NONE;
+    if (tree->parent == x.root() || tree->parent == XCB_WINDOW_NONE) return window;
+    window = tree->parent;
+  }
+}
+
 std::optional<Rect> frame(const XConnection& x, xcb_window_t window) {
   const auto geometry =
       xReply(xcb_get_geometry_reply(x.get(), xcb_get_geometry(x.get(), window), nullptr));

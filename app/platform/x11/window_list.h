@@ -34,6 +34,12 @@ std::optional<xcb_window_t> active(const XConnection& x);
 // the window is gone.
 std::optional<Rect> frame(const XConnection& x, xcb_window_t window);
 
+// The top-level window that holds `window`, the window manager's frame
+// around it when it has one: the root's children are what Composite
+// redirects, so their pixmaps hold a client's pixels. XCB_WINDOW_NONE when
+// the window is gone.
+xcb_window_t topLevel(const XConnection& x, xcb_window_t window);
+
 // The process that made `window`: asked of the X server (X-Resource), which
 // knows any local client's; else the window's own _NET_WM_PID.
 std::optional<int> pid(const XConnection& x, xcb_window_t window);

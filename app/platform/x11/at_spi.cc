@@ -10,7 +10,6 @@ namespace {
 
 // Long enough for a busy browser to answer a hit test, short enough that
 // the user's gesture isn't kept waiting by one that hangs.
-constexpr int kCallMilliseconds = 250;
 // Switching accessibility on may first start the accessibility bus.
 constexpr int kSwitchMilliseconds = 2000;
 
@@ -21,7 +20,7 @@ bool connected() {
   static bool ready = false;
   std::call_once(once, [] {
     ready = atspi_init() <= 1;  // 1: someone else connected first
-    atspi_set_timeout(kCallMilliseconds, kCallMilliseconds);
+    atspi_set_timeout(kCallLimit.count(), kCallLimit.count());
   });
   return ready;
 }
@@ -57,12 +56,16 @@ Element application(int pid) {
 
 std::vector<Element> children(AtspiAccessible* element, std::size_t most) {
   std::vector<Element> result;
-  const gint count = atspi_accessible_get_child_count(element, nullptr);
-  for (gint i = 0; i < count && result.size() < most; ++i) {
-    if (Element child{atspi_accessible_get_child_at_index(element, i, nullptr)}) {
+  // An application that let one call time out is hung, and asking it for
+  // each child would take a time limit each.
+  GError* error = nullptr;
+  const gint count = atspi_accessible_get_child_count(element, &error);
+  for (gint i = 0; !error && i < count && result.size() < most; ++i) {
+    if (Element child{atspi_accessible_get_child_at_index(element, i, &error)}) {
       result.push_back(std::move(child));
     }
   }
+  if (error) g_error_free(error);
   return result;
 }
 

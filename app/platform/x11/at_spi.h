@@ -11,6 +11,7 @@
 
 #include <atspi/atspi.h>
 
+#include <chrono>
 #include <cstddef>
 #include <map>
 #include <memory>
@@ -30,8 +31,11 @@ template <class T>
 using Ref = std::unique_ptr<T, Unref>;
 using Element = Ref<AtspiAccessible>;
 
-// Connects to the accessibility bus the first time, with time limits of
-// 0.25 s a call; whether it is there.
+// How long one call may wait for an application.
+constexpr std::chrono::milliseconds kCallLimit{250};
+
+// Connects to the accessibility bus the first time, with kCallLimit for
+// each call; whether it is there.
 bool connected();
 
 // Sets org.a11y.Status.IsEnabled, which Firefox follows while it runs and
@@ -42,7 +46,7 @@ bool enable();
 // it has none there.
 Element application(int pid);
 
-// The first `most` children of `element`.
+// The first `most` children of `element`; those read before a call failed.
 std::vector<Element> children(AtspiAccessible* element, std::size_t most);
 
 // The deepest element at (x, y) on the screen inside `window`, asking one

@@ -171,12 +171,18 @@ PageTarget target(const XConnection& x) {
   prepare();
   const Point point = pointerLocation(x);
   for (int reading = 1;; ++reading) {
+    const auto start = std::chrono::steady_clock::now();
     const std::vector<PointerNode> nodes = chain(x, point, *pid);
     const PageTarget decision = PageTarget::decide(nodes);
     // A chain that reaches the page has been read in full: the window is
     // the answer. One of containers alone is a tree still on its way.
     if (decision.kind() != PageTarget::Kind::window || PageTarget::reachesPage(nodes) ||
         reading == kMostReadings) {
+      return decision;
+    }
+    // Nothing after a call's whole time limit: the browser is hung, and
+    // each retry would wait as long again.
+    if (nodes.empty() && std::chrono::steady_clock::now() - start >= AtSpi::kCallLimit) {
       return decision;
     }
     std::this_thread::sleep_for(kBetweenReadings);

@@ -224,6 +224,15 @@ TEST_F(PagePointerTest, InFirefoxThePageIsReadAndNoOtherWindowIs) {
   run("xdotool", {"mousemove", "1500", "250"});
   EXPECT_TRUE(PagePointer::chain(m_x, {1500, 250}, m_browser->pid()).empty());
   EXPECT_EQ(PagePointer::target(m_x), PageTarget::window());
+
+  // A browser that hangs answers nothing, and the press goes on with the window.
+  run("xdotool", {"windowactivate", "--sync", std::to_string(front)});
+  const Rect frame = *WindowList::frame(m_x, front);  // the photo lies about here
+  run("xdotool",
+      {"mousemove", std::to_string(int(frame.x) + 150), std::to_string(int(frame.y) + 200)});
+  ::kill(m_browser->pid(), SIGSTOP);
+  EXPECT_EQ(PagePointer::target(m_x), PageTarget::window());
+  ::kill(m_browser->pid(), SIGCONT);
 }
 
 TEST_F(PagePointerTest, InAChromiumStartedWithAccessibilityOnThePageIsRead) {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <memory>
 
 #include "tests/testing/child_process.h"
 #include "tests/testing/failure_of.h"
@@ -62,7 +63,8 @@ TEST(WindowCapturer, KeepsTheActiveWindowWithItsOwnPixelsAndNeverOurOwn) {
   for (int y = 0; y < picture.height; ++y) {
     for (int x = 0; x < picture.width; ++x) {
       const std::uint8_t* rgb = &picture.rgb[(static_cast<std::size_t>(y) * picture.width + x) * 3];
-      wrong += (rgb[0] << 16 | rgb[1] << 8 | rgb[2]) != testing::patternColour(1, x, y);
+      wrong += static_cast<std::uint32_t>(rgb[0] << 16 | rgb[1] << 8 | rgb[2]) !=
+               testing::patternColour(1, x, y);
     }
   }
   EXPECT_EQ(wrong, 0);
@@ -70,6 +72,15 @@ TEST(WindowCapturer, KeepsTheActiveWindowWithItsOwnPixelsAndNeverOurOwn) {
   // With Alpha's process taken for our own, the frontmost window of another
   // process is kept: Beta, raised over it.
   EXPECT_EQ(capturer.focusedTarget(alpha.pid()).window, beta.id());
+
+  // A window that closes between the choice and the picture.
+  auto closing = std::make_unique<testing::TestWindow>("Closing", Rect{60, 700, 300, 200}, 4);
+  xdotool({"windowactivate", "--sync", std::to_string(closing->id())});
+  const WindowCapturer::Target gone = capturer.focusedTarget(::getpid());
+  ASSERT_EQ(gone.window, closing->id());
+  closing.reset();
+  EXPECT_EQ(testing::failureOf<WindowCapturer::Failure>([&] { capturer.shoot(gone); }).kind(),
+            WindowCapturer::Failure::Kind::noWindow);
 }
 
 }  // namespace

@@ -36,13 +36,17 @@ std::string downloadName(const std::string& url) {
 std::optional<Download> download(const std::string& url) {
   Bytes body;
   bool tooLarge = false;
-  const HttpTransfer::Outcome outcome = HttpTransfer::run(
-      {url, std::nullopt, kTimeoutSeconds, {"User-Agent: " + std::string(kUserAgent)}},
-      [&](std::string_view chunk, long) {
-        tooLarge = body.size() + chunk.size() > kMostBytes;
-        if (!tooLarge) body.insert(body.end(), chunk.begin(), chunk.end());
-        return !tooLarge;
-      });
+  const HttpTransfer::Outcome outcome =
+      HttpTransfer::run({url,
+                         std::nullopt,
+                         kTimeoutSeconds,
+                         {"User-Agent: " + std::string(kUserAgent)},
+                         kMostRedirects},
+                        [&](std::string_view chunk, long) {
+                          tooLarge = body.size() + chunk.size() > kMostBytes;
+                          if (!tooLarge) body.insert(body.end(), chunk.begin(), chunk.end());
+                          return !tooLarge;
+                        });
   if (outcome.code != CURLE_OK || outcome.status != 200 || tooLarge) return std::nullopt;
   if (!outcome.contentType.starts_with("image/")) return std::nullopt;
   try {

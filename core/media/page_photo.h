@@ -24,6 +24,8 @@ namespace brindlemoor::PagePhoto {
 inline constexpr double kTimeoutSeconds = 10;
 inline constexpr std::size_t kMostBytes = 39'999'999;
 inline constexpr std::string_view kUserAgent = "Brindlemoor/0.1 (Linux)";
+// Images are often served from elsewhere than their address says.
+inline constexpr long kMostRedirects = 10;
 
 // A write in the working folder failed.
 class Failure : public brindlemoor::Failure {

@@ -76,6 +76,11 @@ Outcome run(const Request& request, const Sink& sink) {
   curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errors);
   curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, writeBody);
   curl_easy_setopt(handle, CURLOPT_WRITEDATA, &context);
+  if (request.mostRedirects > 0) {
+    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(handle, CURLOPT_MAXREDIRS, request.mostRedirects);
+    curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+  }
   if (request.jsonBody) {
     curl_easy_setopt(handle, CURLOPT_POST, 1L);
     curl_easy_setopt(handle, CURLOPT_POSTFIELDS, request.jsonBody->data());

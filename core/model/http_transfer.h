@@ -30,6 +30,8 @@ struct Request {
   double timeoutSeconds = 10;
   // Whole header lines to send besides, such as "User-Agent: ...".
   std::vector<std::string> headers;
+  // Redirects to follow, to http and https only; a loop ends at this many.
+  long mostRedirects = 0;
 };
 
 struct Outcome {

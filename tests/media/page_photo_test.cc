@@ -47,6 +47,12 @@ class PagePhotoTest : public ::testing::Test {
     serve("/page.png", wide, "text/html");
     serve("/gone.png", wide, "image/png", 404);
     serve("/noise.png", "not a picture at all", "image/png");
+    m_server.Get("/moved.png", [](const httplib::Request&, httplib::Response& response) {
+      response.set_redirect("/wide.png");
+    });
+    m_server.Get("/loop.png", [](const httplib::Request&, httplib::Response& response) {
+      response.set_redirect("/loop.png");
+    });
     // A PNG padded to the most a download may hold, and one byte past it.
     std::string fits = wide;
     fits.resize(PagePhoto::kMostBytes, '\0');
@@ -77,7 +83,9 @@ TEST_F(PagePhotoTest, OnlyAWholeImageAnsweredWith200IsDownloadedAndKeptUnlessThe
   EXPECT_EQ(wide->width, 300);
   EXPECT_EQ(m_userAgent, "Brindlemoor/0.1 (Linux)");
   EXPECT_EQ(PagePhoto::download(url("/fits.png"))->bytes.size(), PagePhoto::kMostBytes);
-  for (const char* path : {"/over.png", "/page.png", "/gone.png", "/noise.png", "/nowhere.png"}) {
+  EXPECT_EQ(PagePhoto::download(url("/moved.png"))->width, 300);
+  for (const char* path :
+       {"/over.png", "/page.png", "/gone.png", "/noise.png", "/nowhere.png", "/loop.png"}) {
     EXPECT_FALSE(PagePhoto::download(url(path))) << path;
   }
   EXPECT_FALSE(PagePhoto::download("http://127.0.0.1:1/closed.png"));

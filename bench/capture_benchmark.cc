@@ -135,20 +135,8 @@ struct PointedPage {
   testing::Browser browser;
 
   explicit PointedPage(testing::Browser::Kind kind) : browser(kind, imagePage()) {
-    std::optional<Rect> document;
-    waitFor(
-        [&] {
-          // Read anew each time: a browser may still move its window once it is in front.
-          const auto window = WindowList::frame(x, *WindowList::active(x));
-          if (!window) return false;
-          for (const PointerNode& node : PagePointer::chain(
-                   x, {window->x + window->width - 60, window->y + window->height - 60},
-                   browser.pid())) {
-            if (node.role == "AXWebArea") document = node.frame;
-          }
-          return document.has_value();
-        },
-        "the page in the accessibility tree");
+    const std::optional<Rect> document = browser.pageFrame();
+    if (!document) throw std::runtime_error("the page never came into the accessibility tree");
     xcb_warp_pointer(x.get(), XCB_WINDOW_NONE, x.root(), 0, 0, 0, 0,
                      static_cast<std::int16_t>(document->x + kImage.x + kImage.width / 2),
                      static_cast<std::int16_t>(document->y + kImage.y + kImage.height / 2));

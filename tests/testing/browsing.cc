@@ -81,6 +81,24 @@ Browser::Browser(Kind kind, const std::string& address) {
   }
 }
 
+std::optional<Rect> Browser::pageFrame() const {
+  const XConnection x;
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (std::chrono::steady_clock::now() < deadline) {
+    // Read anew each time: a fresh Chromium may still replace the window it
+    // first brought to the front. Near its corner nothing but the page stands.
+    const auto active = WindowList::active(x);
+    if (const auto window = active ? WindowList::frame(x, *active) : std::nullopt) {
+      for (const PointerNode& node : PagePointer::chain(
+               x, {window->x + window->width - 60, window->y + window->height - 60}, pid())) {
+        if (node.role == "AXWebArea") return node.frame;
+      }
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  }
+  return std::nullopt;
+}
+
 Browser::~Browser() {
   ::kill(-pid(), SIGKILL);
 }

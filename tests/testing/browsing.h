@@ -5,9 +5,11 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 
+#include "core/capture/rect.h"
 #include "tests/testing/child_process.h"
 #include "tests/testing/temp_dir.h"
 #include "tests/testing/x_session.h"
@@ -59,6 +61,10 @@ class Browser {
   Browser& operator=(const Browser&) = delete;
 
   pid_t pid() const { return m_process->pid(); }
+
+  // Where the page's document stands on the screen, once it is in the
+  // accessibility tree; nothing when it isn't within a minute.
+  std::optional<Rect> pageFrame() const;
 
  private:
   TempDir m_profile;

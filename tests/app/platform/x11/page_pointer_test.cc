@@ -112,16 +112,8 @@ class PagePointerTest : public ::testing::Test {
   // less, the next all. A fresh Chromium shows its page to a walk down from
   // its window only once an element inside was asked for, so the place last.
   void expectThePageRead() {
-    const auto window = WindowList::frame(m_x, *WindowList::active(m_x));
-    std::optional<Rect> document;  // under a point where nothing else stands
-    EXPECT_TRUE(eventually([&] {
-      for (const PointerNode& node : PagePointer::chain(
-               m_x, {window->x + window->width - 60, window->y + window->height - 60},
-               m_browser->pid())) {
-        if (node.role == "AXWebArea") document = node.frame;
-      }
-      return document.has_value();
-    })) << "the page never came into the accessibility tree";
+    const std::optional<Rect> document = m_browser->pageFrame();
+    EXPECT_TRUE(document) << "the page never came into the accessibility tree";
     if (!document) return;
     const auto at = [&](const Rect& e) {
       return Rect{document->x + e.x, document->y + e.y, e.width, e.height};

@@ -135,14 +135,20 @@ struct PointedPage {
   testing::Browser browser;
 
   explicit PointedPage(testing::Browser::Kind kind) : browser(kind, imagePage()) {
-    const std::optional<Rect> document = browser.pageFrame();
-    if (!document) throw std::runtime_error("the page never came into the accessibility tree");
-    xcb_warp_pointer(x.get(), XCB_WINDOW_NONE, x.root(), 0, 0, 0, 0,
-                     static_cast<std::int16_t>(document->x + kImage.x + kImage.width / 2),
-                     static_cast<std::int16_t>(document->y + kImage.y + kImage.height / 2));
-    xcb_flush(x.get());
-    waitFor([&] { return PagePointer::target(x).kind() == PageTarget::Kind::image; },
-            "the image under the pointer");
+    // The page is found anew on each try: Chromium may still replace its
+    // window, or shift the page with its bar, after the page first shows.
+    waitFor(
+        [&] {
+          const std::optional<Rect> document = browser.pageFrame();
+          if (!document)
+            throw std::runtime_error("the page never came into the accessibility tree");
+          xcb_warp_pointer(x.get(), XCB_WINDOW_NONE, x.root(), 0, 0, 0, 0,
+                           static_cast<std::int16_t>(document->x + kImage.x + kImage.width / 2),
+                           static_cast<std::int16_t>(document->y + kImage.y + kImage.height / 2));
+          xcb_flush(x.get());
+          return PagePointer::target(x).kind() == PageTarget::Kind::image;
+        },
+        "the image under the pointer");
   }
 };
 

@@ -3,7 +3,6 @@
 // be repeated because no grab came in time, and what share of one core the
 // recording process used.
 #include <benchmark/benchmark.h>
-#include <signal.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -15,6 +14,7 @@
 
 #include "app/platform/x11/video_recorder.h"
 #include "app/platform/x11/window_list.h"
+#include "tests/testing/browsing.h"
 #include "tests/testing/child_process.h"
 #include "tests/testing/media_files.h"
 #include "tests/testing/sound_server.h"
@@ -40,7 +40,7 @@ std::string run(const std::string& program, const std::vector<std::string>& args
 }
 
 void Recording(benchmark::State& state) {
-  const testing::TempDir dir, profile;
+  const testing::TempDir dir;
   const testing::XSession session;
   const testing::SoundServer sound;
   WindowCapturer capturer;  // every window redirected from the start, as the application has it
@@ -54,13 +54,8 @@ void Recording(benchmark::State& state) {
   std::ofstream(dir.path() / "page.html")
       << "<!doctype html><body style='margin:0;background:#000'><video src='clip.mp4' autoplay "
          "loop style='width:1280px;height:720px'></video></body>";
-  std::ofstream(profile.path() / "user.js") << "user_pref(\"media.autoplay.default\", 0);\n";
-  testing::ChildProcess firefox(
-      "/usr/bin/setsid",
-      {"/bin/sh", "-c", "exec \"$0\" \"$@\" >/dev/null 2>&1", "firefox-esr", "--no-remote",
-       "--new-instance", "--profile", profile.path().string(), "-width", "1400", "-height", "900",
-       "file://" + (dir.path() / "page.html").string()},
-      {});
+  const testing::Browser firefox(testing::Browser::firefox,
+                                 "file://" + (dir.path() / "page.html").string(), 1400, 900);
   // Playing once its sound reaches the server.
   for (int i = 0; i < 600 && run("/usr/bin/pactl", {"list", "short", "sink-inputs"}).empty(); ++i)
     std::this_thread::sleep_for(100ms);
@@ -86,7 +81,6 @@ void Recording(benchmark::State& state) {
     state.counters["frames"] = std::stod(frames);
     std::filesystem::remove(*file);
   }
-  ::kill(-firefox.pid(), SIGKILL);
 }
 BENCHMARK(Recording)->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
 

@@ -152,10 +152,16 @@ std::vector<PointerNode> chain(const XConnection& x, Point point, int pid) {
   const std::vector<AtSpi::Element> line =
       AtSpi::ancestors(deepest(app.get(), point), kMostAncestors);
   std::vector<PointerNode> nodes;
+  // Each node's document is the nearest above it that has an address; the
+  // nodes below one document share it, so it is asked for once.
+  std::optional<std::string> document;
+  std::size_t documentAt = 0;  // where `document` was found
   for (std::size_t i = 0; i < line.size() && i < kMostNodes; ++i) {
-    std::optional<std::string> document;
-    for (std::size_t j = i; j < line.size() && !document; ++j) {
-      document = AtSpi::documentAddress(line[j].get());
+    if (i == 0 || i > documentAt) {
+      document.reset();
+      for (documentAt = i; documentAt < line.size(); ++documentAt) {
+        if ((document = AtSpi::documentAddress(line[documentAt].get()))) break;
+      }
     }
     nodes.push_back(node(line[i].get(), document));
   }

@@ -3,12 +3,9 @@
 #include "app/platform/x11/page_pointer.h"
 
 #include <gtest/gtest.h>
-#include <httplib.h>
-#include <signal.h>
 
 #include <array>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -18,12 +15,11 @@
 
 #include "app/platform/x11/accessibility_place.h"
 #include "app/platform/x11/window_list.h"
+#include "tests/testing/browsing.h"
 #include "tests/testing/child_process.h"
 #include "tests/testing/media_files.h"
 #include "tests/testing/pictures.h"
-#include "tests/testing/temp_dir.h"
 #include "tests/testing/test_window.h"
-#include "tests/testing/x_session.h"
 
 namespace brindlemoor {
 
@@ -82,82 +78,33 @@ void setAccessibility(bool on) {
                     "string:IsEnabled", std::string("variant:boolean:") + (on ? "true" : "false")});
 }
 
-// One desktop for the whole process, since AT-SPI keeps one connection to the
-// bus it finds first: X server and window manager, session bus, page server.
+// One desktop for the whole process, with the page's folder.
 class Desktop : public ::testing::Environment {
  public:
   void SetUp() override {
-    ::setenv("XDG_RUNTIME_DIR", m_runtime.path().c_str(), 1);
-    m_session = std::make_unique<testing::XSession>();
-    // dbus-launch lets go of its output once the bus is up, and its bus goes
-    // with the X server.
-    testing::ChildProcess bus("/usr/bin/dbus-launch", {"--exit-with-x11"}, {});
-    ASSERT_EQ(bus.wait(), 0) << bus.err();
-    const std::string key = "DBUS_SESSION_BUS_ADDRESS=", out = bus.out();
-    const std::size_t from = out.find(key) + key.size();
-    ::setenv("DBUS_SESSION_BUS_ADDRESS", out.substr(from, out.find('\n', from) - from).c_str(), 1);
-    PagePointer::startPreparing();
-
-    const std::filesystem::path site = m_site.path();
+    desktop = std::make_unique<testing::PageDesktop>();
+    const std::filesystem::path& site = desktop->site();
     std::ofstream(site / "page.html") << page();
     testing::halves(300, 200).write_to_file((site / "photo.png").c_str());
     testing::halves(300, 200).write_to_file((site / "wall.png").c_str());
     testing::writeTestVideo(site / "clip.mp4", {.width = 320, .height = 180});
-    m_server.set_mount_point("/", site.string());
-    port = m_server.bind_to_any_port("127.0.0.1");
-    m_thread = std::thread([this] { m_server.listen_after_bind(); });
-    while (!m_server.is_running()) std::this_thread::sleep_for(1ms);
   }
+  void TearDown() override { desktop.reset(); }
 
-  void TearDown() override {
-    m_server.stop();
-    if (m_thread.joinable()) m_thread.join();
-    m_session.reset();
-  }
-
-  static inline int port = 0;
-
- private:
-  testing::TempDir m_runtime;
-  testing::TempDir m_site;
-  std::unique_ptr<testing::XSession> m_session;
-  httplib::Server m_server;
-  std::thread m_thread;
+  static inline std::unique_ptr<testing::PageDesktop> desktop;
 };
 
 const auto* const kDesktop = ::testing::AddGlobalTestEnvironment(new Desktop);
 
 std::string url(const std::string& path) {
-  return "http://127.0.0.1:" + std::to_string(Desktop::port) + path;
-}
-
-bool available(const char* program) {
-  return std::filesystem::exists(std::filesystem::path("/usr/bin") / program);
+  return Desktop::desktop->url(path);
 }
 
 class PagePointerTest : public ::testing::Test {
  protected:
-  // Starts the browser on the page in a session of its own, so that it and
-  // its helpers end with the test, and waits for its window in front.
-  void open(const std::string& program, std::vector<std::string> args) {
-    args.insert(args.begin(), {"/bin/sh", "-c", "exec \"$0\" \"$@\" >/dev/null 2>&1", program});
-    args.push_back(url("/page.html"));
-    m_browser = std::make_unique<testing::ChildProcess>("/usr/bin/setsid", args,
-                                                        std::map<std::string, std::string>{});
-    ASSERT_TRUE(eventually([&] {
-      const auto window = WindowList::active(m_x);
-      return window && WindowList::pid(m_x, *window) == m_browser->pid();
-    })) << "the browser's window never came to the front";
-  }
-  void TearDown() override {
-    if (m_browser) ::kill(-m_browser->pid(), SIGKILL);
-  }
-
-  // As root Chromium runs only without its sandbox.
-  void openChromium() {
-    open("chromium", {"--no-sandbox", "--user-data-dir=" + m_profile.path().string(),
-                      "--no-first-run", "--no-default-browser-check", "--disable-gpu",
-                      "--window-position=0,0", "--window-size=1000,700"});
+  // Starts the browser on the page, its window in front; it ends with the test.
+  void open(testing::Browser::Kind kind) {
+    m_browser = std::make_unique<testing::Browser>(kind, url("/page.html"));
   }
 
   // The pointer is moved onto each element and what is under it read until
@@ -165,16 +112,8 @@ class PagePointerTest : public ::testing::Test {
   // less, the next all. A fresh Chromium shows its page to a walk down from
   // its window only once an element inside was asked for, so the place last.
   void expectThePageRead() {
-    const auto window = WindowList::frame(m_x, *WindowList::active(m_x));
-    std::optional<Rect> document;  // under a point where nothing else stands
-    EXPECT_TRUE(eventually([&] {
-      for (const PointerNode& node : PagePointer::chain(
-               m_x, {window->x + window->width - 60, window->y + window->height - 60},
-               m_browser->pid())) {
-        if (node.role == "AXWebArea") document = node.frame;
-      }
-      return document.has_value();
-    })) << "the page never came into the accessibility tree";
+    const std::optional<Rect> document = m_browser->pageFrame();
+    EXPECT_TRUE(document) << "the page never came into the accessibility tree";
     if (!document) return;
     const auto at = [&](const Rect& e) {
       return Rect{document->x + e.x, document->y + e.y, e.width, e.height};
@@ -206,14 +145,13 @@ class PagePointerTest : public ::testing::Test {
   }
 
   XConnection m_x;
-  testing::TempDir m_profile;
-  std::unique_ptr<testing::ChildProcess> m_browser;
+  std::unique_ptr<testing::Browser> m_browser;
 };
 
 TEST_F(PagePointerTest, InFirefoxThePageIsReadAndNoOtherWindowIs) {
-  if (!available("firefox-esr")) GTEST_SKIP() << "firefox-esr is not installed";
-  open("firefox-esr", {"--no-remote", "--new-instance", "--profile", m_profile.path().string(),
-                       "-width", "1000", "-height", "700"});
+  if (!testing::Browser::installed(testing::Browser::firefox))
+    GTEST_SKIP() << "firefox-esr is not installed";
+  open(testing::Browser::firefox);
   expectThePageRead();
 
   // Over a window of another process, with Firefox still in front, nothing
@@ -236,16 +174,18 @@ TEST_F(PagePointerTest, InFirefoxThePageIsReadAndNoOtherWindowIs) {
 }
 
 TEST_F(PagePointerTest, InAChromiumStartedWithAccessibilityOnThePageIsRead) {
-  if (!available("chromium")) GTEST_SKIP() << "chromium is not installed";
-  openChromium();
+  if (!testing::Browser::installed(testing::Browser::chromium))
+    GTEST_SKIP() << "chromium is not installed";
+  open(testing::Browser::chromium);
   expectThePageRead();
   EXPECT_FALSE(PagePointer::restartAdvice(m_x));
 }
 
 TEST_F(PagePointerTest, AChromiumStartedBeforeAccessibilityWasOnMustBeRestarted) {
-  if (!available("chromium")) GTEST_SKIP() << "chromium is not installed";
+  if (!testing::Browser::installed(testing::Browser::chromium))
+    GTEST_SKIP() << "chromium is not installed";
   setAccessibility(false);
-  openChromium();
+  open(testing::Browser::chromium);
   // Once the page has loaded, Chromium would have joined the bus if it were going to.
   ASSERT_TRUE(eventually([&] {
     const auto windows = WindowList::frontToBack(m_x);

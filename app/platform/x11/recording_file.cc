@@ -177,6 +177,8 @@ void RecordingFile::encode(AVCodecContext* codec, AVStream* stream, const AVFram
     result = avcodec_receive_packet(codec, m_packet);
     if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
     if (result < 0) break;
+    // A frame lasts one tick, so that the file's length counts the last one.
+    if (codec == m_video && m_packet->duration == 0) m_packet->duration = 1;
     av_packet_rescale_ts(m_packet, codec->time_base, stream->time_base);
     m_packet->stream_index = stream->index;
     result = av_interleaved_write_frame(m_format, m_packet);

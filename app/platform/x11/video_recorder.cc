@@ -79,9 +79,9 @@ void VideoRecorder::start(const WindowCapturer::Target& target, Rect area, doubl
     m_path = std::filesystem::temp_directory_path() / ("bm-recording-" + newIdentifier() + ".mp4");
     m_file = std::make_unique<RecordingFile>(m_path, m_grab->width(), m_grab->height(),
                                              m_grab->pixelFormat());
-  } catch (const brindlemoor::Failure& failure) {
-    m_grab.reset();
-    if (dynamic_cast<const Failure*>(&failure)) throw;
+  } catch (const Failure&) {
+    throw;
+  } catch (const brindlemoor::Failure& failure) {  // the grab's, the file's, the display's
     throw Failure(failure.what());
   }
   m_writer = std::thread([this] { writeLoop(); });

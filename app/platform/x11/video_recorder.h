@@ -24,6 +24,7 @@
 #include <variant>
 #include <vector>
 
+#include "app/platform/x11/recording_file.h"
 #include "app/platform/x11/screen_grab.h"
 #include "app/platform/x11/window_capturer.h"
 #include "app/platform/x11/x_connection.h"
@@ -34,7 +35,6 @@
 namespace brindlemoor {
 
 class ApplicationSound;
-class RecordingFile;
 
 class VideoRecorder {
  public:
@@ -100,7 +100,7 @@ class VideoRecorder {
   bool m_ended = false;
 
   // The writer's own.
-  FramePacing m_pacing{30};
+  FramePacing m_pacing{RecordingFile::kFramesPerSecond};
   std::optional<std::int64_t> m_firstFrame;  // wall-clock microseconds
   bool m_failed = false;
 };

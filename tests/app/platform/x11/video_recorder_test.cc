@@ -187,6 +187,7 @@ TEST_F(VideoRecorderTest, KeepsTheWindowsOwnPixelsAtThirtyFramesASecondWithOnlyI
   // Red and green vary smoothly enough to survive H.264; blue's fine stripes don't.
   EXPECT_LT(red / (320 * 240), 12);
   EXPECT_LT(green / (320 * 240), 12);
+  std::filesystem::remove(*file);
 }
 
 TEST_F(VideoRecorderTest, AWindowThatClosesEndsTheRecordingThereAndNoFrameGivesNothing) {

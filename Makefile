@@ -14,6 +14,7 @@ FUZZ_SECONDS ?= 300
 
 deps:
 	@scripts/install-deps
+	@scripts/install-fonts
 
 build: deps
 	@cmake -S . -B $(BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null

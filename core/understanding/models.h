@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 #include <string_view>
 
 namespace brindlemoor::Models {
@@ -25,6 +26,10 @@ inline const std::map<std::string, std::string> sizes = {
     {"qwen3.5:4b", "3.4 GB"},
     {"qwen3.5:2b-q4_K_M", "1.9 GB"},
 };
+
+// The vision models Settings offers beside those installed, in this order.
+inline const std::vector<std::string> offeredVision = {"qwen3.5:4b", "qwen3.5:2b-q4_K_M",
+                                                       "gemma4:12b-it-qat", "qwen3.5:9b"};
 
 // The default vision model for a machine with `ramGB` gibibytes of memory:
 // the small quantised model below 16, the 4b model from 16 on.

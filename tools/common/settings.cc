@@ -58,6 +58,10 @@ std::optional<std::string> value(std::istream& in, std::string_view key) {
 std::string visionModel() {
   auto chosen = value(file(), "visionModel");
   if (chosen && !chosen->empty()) return *chosen;
+  return defaultVisionModel();
+}
+
+std::string defaultVisionModel() {
   return Models::vision(physicalMemoryGiB());
 }
 

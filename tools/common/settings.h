@@ -19,6 +19,9 @@ std::optional<std::string> value(const std::filesystem::path& path, std::string_
 // The same, of the INI text that `in` gives.
 std::optional<std::string> value(std::istream& in, std::string_view key);
 
+// The vision model for this machine's physical memory.
+std::string defaultVisionModel();
+
 // The vision model: the user's "visionModel" when set and not empty, else the
 // default for this machine's physical memory.
 std::string visionModel();

@@ -37,6 +37,23 @@ bool enable() {
   return true;
 }
 
+bool enabled() {
+  const Ref<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+  if (!bus) return false;
+  GVariant* reply = g_dbus_connection_call_sync(
+      bus.get(), "org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties", "Get",
+      g_variant_new("(ss)", "org.a11y.Status", "IsEnabled"), G_VARIANT_TYPE("(v)"),
+      G_DBUS_CALL_FLAGS_NONE, kSwitchMilliseconds, nullptr, nullptr);
+  if (!reply) return false;
+  GVariant* value = nullptr;
+  g_variant_get(reply, "(v)", &value);
+  const bool on = value && g_variant_is_of_type(value, G_VARIANT_TYPE_BOOLEAN) &&
+                  g_variant_get_boolean(value);
+  if (value) g_variant_unref(value);
+  g_variant_unref(reply);
+  return on;
+}
+
 Element application(int pid) {
   if (!connected()) return nullptr;
   const Element desktop(atspi_get_desktop(0));

@@ -41,6 +41,9 @@ bool connected();
 // Sets org.a11y.Status.IsEnabled, which Firefox follows while it runs and
 // Chromium reads only as it starts. Whether the session bus took it.
 bool enable();
+// Whether org.a11y.Status.IsEnabled is on: the bus answers and applications
+// are asked to expose themselves. May be called from any thread.
+bool enabled();
 
 // The application of process `pid` on the accessibility bus; nothing when
 // it has none there.

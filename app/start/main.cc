@@ -1,0 +1,33 @@
+// brindlemoor: the application, in the tray. `brindlemoor FILE...` imports
+// the photos and videos given, into the instance already running if there
+// is one.
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+
+#include "app/start/application.h"
+
+int main(int argc, char** argv) {
+  // The accessibility bus is read on a thread of the capture's; a GLib main
+  // loop on this thread would touch the same connection.
+  qputenv("QT_NO_GLIB", "1");
+  QApplication app(argc, argv);
+  QApplication::setApplicationName(QStringLiteral("Brindlemoor"));
+  QApplication::setDesktopFileName(QStringLiteral("brindlemoor"));
+  QApplication::setQuitOnLastWindowClosed(false);
+
+  QStringList files;
+  for (const QString& argument : QApplication::arguments().mid(1)) {
+    files.append(QFileInfo(argument).absoluteFilePath());
+  }
+  brindlemoor::Application brindlemoor;
+  switch (brindlemoor.start(files)) {
+    case brindlemoor::Application::Started::handedOver:
+      return 0;
+    case brindlemoor::Application::Started::failed:
+      return 1;
+    case brindlemoor::Application::Started::running:
+      return QApplication::exec();
+  }
+  return 1;
+}

@@ -54,7 +54,6 @@ Window {
             spacing: 10
             Row {
                 spacing: 12
-                width: parent.width
                 Rectangle {
                     width: 40; height: 40; radius: 10
                     color: Theme.well
@@ -74,16 +73,20 @@ Window {
                     }
                 }
                 Column {
+                    id: texts
                     anchors.verticalCenter: parent.verticalCenter
-                    width: parent.width - 52 - trailing.width - (trailing.width > 0 ? 12 : 0)
+                    width: Math.min(Math.max(upperLine.implicitWidth, lowerLine.implicitWidth),
+                                    440 - 24 - 52 - (trailing.width > 0 ? trailing.width + 12 : 0))
                     spacing: 2
                     Caption {
+                        id: upperLine
                         text: Feedback.upper
                         color: Feedback.milestone ? Theme.accent : Theme.ink3
                         width: parent.width
                         elide: Text.ElideRight
                     }
                     Text {
+                        id: lowerLine
                         text: Feedback.lower
                         width: parent.width
                         elide: Text.ElideRight
@@ -153,7 +156,7 @@ Window {
             }
             Column {
                 visible: window.editing
-                width: parent.width
+                width: 400 - 32
                 spacing: 2
                 TextField {
                     id: noteField

@@ -6,8 +6,13 @@
 #include <QFileInfo>
 
 #include "app/start/application.h"
+#include "core/media/ocr_thread_limit.h"
+#include "core/media/picture_memory.h"
 
 int main(int argc, char** argv) {
+  brindlemoor::requireOcrThreadLimit(argv);
+  // After the re-exec above, so that the setting is the running process's.
+  brindlemoor::keepPictureMemory();
   // The accessibility bus is read on a thread of the capture's; a GLib main
   // loop on this thread would touch the same connection.
   qputenv("QT_NO_GLIB", "1");

@@ -242,11 +242,7 @@ void CaptureFeedback::setHovering(bool hovering) {
 }
 
 QStringList CaptureFeedback::keyCaps() const {
-  QStringList caps;
-  for (std::string_view cap : m_settings.captureKeys().caps()) {
-    caps.append(QString::fromUtf8(cap.data(), static_cast<int>(cap.size())));
-  }
-  return caps;
+  return m_settings.captureKeyCaps();
 }
 
 void CaptureFeedback::setEditingNote(bool editing) {

@@ -5,7 +5,6 @@
 #include <QElapsedTimer>
 #include <QTimer>
 #include <algorithm>
-#include <limits>
 
 #include "core/understanding/models.h"
 
@@ -81,8 +80,8 @@ void AppModel::reload() {
   m_sources = orEmpty([&] { return store.sourceCounts(30); });
   const std::int64_t total = orEmpty([&] { return store.count(); });
   m_latest.set(orEmpty([&] { return store.captures(4, LibraryFilter::recent()); }));
-  m_favoritesCount = orEmpty([&] { return store.captures(100000, LibraryFilter::favorites()); }).size();
-  m_unsortedCount = orEmpty([&] { return store.captures(100000, LibraryFilter::unsorted()); }).size();
+  m_favoritesCount = orEmpty([&] { return store.count(LibraryFilter::favorites(), 100000); });
+  m_unsortedCount = orEmpty([&] { return store.count(LibraryFilter::unsorted(), 100000); });
   m_mediaCounts = orEmpty([&] { return store.mediaCounts(); });
   m_timeCounts.clear();
   if (const auto cal = calendar()) {
@@ -90,9 +89,8 @@ void AppModel::reload() {
       m_timeCounts[time] = orEmpty([&] { return store.count(time.start(now(), *cal)); });
     }
   }
-  const std::int64_t understanding = static_cast<std::int64_t>(
-      orEmpty([&] { return store.pending(dateFromSeconds(std::numeric_limits<double>::max()), 10000); })
-          .size());
+  // Every unfinished capture counts, also one that waits for its retry.
+  const std::int64_t understanding = orEmpty([&] { return store.unfinishedCount(10000); });
   m_covers.clear();
   for (const CaptureCollection& each : m_collections) {
     m_covers[each.id] = orEmpty([&] { return store.captures(3, LibraryFilter::collection(each.id)); });

@@ -16,6 +16,14 @@ void UserSettings::setCaptureKeys(CaptureKeys keys) {
   m_settings.sync();
 }
 
+QStringList UserSettings::captureKeyCaps() const {
+  QStringList caps;
+  for (std::string_view cap : captureKeys().caps()) {
+    caps.append(QString::fromUtf8(cap.data(), static_cast<int>(cap.size())));
+  }
+  return caps;
+}
+
 QString UserSettings::visionModel() const {
   const QString stored = m_settings.value("visionModel").toString();
   return stored.isEmpty() ? QString::fromStdString(Settings::visionModel()) : stored;
@@ -32,6 +40,17 @@ bool UserSettings::setupCompleted() const {
 
 void UserSettings::setSetupCompleted() {
   m_settings.setValue("setupCompleted", true);
+  m_settings.sync();
+}
+
+std::optional<QRect> UserSettings::libraryFrame() const {
+  const QRect frame = m_settings.value("BrindlemoorLibrary").toRect();
+  if (!frame.isValid()) return std::nullopt;
+  return frame;
+}
+
+void UserSettings::setLibraryFrame(const QRect& frame) {
+  m_settings.setValue("BrindlemoorLibrary", frame);
   m_settings.sync();
 }
 

@@ -7,7 +7,10 @@
 #pragma once
 
 #include <QSettings>
+#include <QRect>
 #include <QString>
+#include <QStringList>
+#include <optional>
 
 #include "core/capture/capture_keys.h"
 
@@ -19,6 +22,8 @@ class UserSettings {
 
   CaptureKeys captureKeys() const;
   void setCaptureKeys(CaptureKeys keys);
+  // The key caps of the chosen keys, one string a cap.
+  QStringList captureKeyCaps() const;
 
   // The stored vision model, else the default for this machine's memory.
   QString visionModel() const;
@@ -26,6 +31,10 @@ class UserSettings {
 
   bool setupCompleted() const;
   void setSetupCompleted();  // only ever set, never cleared
+
+  // Where the library window stood when it last closed; nothing before.
+  std::optional<QRect> libraryFrame() const;
+  void setLibraryFrame(const QRect& frame);
 
  private:
   mutable QSettings m_settings;

@@ -84,6 +84,27 @@ Window {
                         color: Feedback.milestone ? Theme.accent : Theme.ink3
                         width: parent.width
                         elide: Text.ElideRight
+                        Item {  // confetti behind a milestone, once
+                            width: 0; height: 0
+                            visible: Feedback.milestone
+                            x: 16; y: 6
+                            Repeater {
+                                model: 6
+                                Rectangle {
+                                    property real t: 0
+                                    width: 4; height: 4; radius: 2
+                                    color: [Theme.clay, Theme.sage, Theme.sky, Theme.yellow, Theme.accent, Theme.oat][index]
+                                    x: 9 * Math.cos(index * Math.PI / 3) * t - 2
+                                    y: 9 * Math.sin(index * Math.PI / 3) * t - 2
+                                    opacity: 1 - t
+                                    SequentialAnimation on t {
+                                        running: Feedback.milestone
+                                        PauseAnimation { duration: 100 }
+                                        NumberAnimation { from: 0; to: 1; duration: 900; easing.type: Easing.OutQuad }
+                                    }
+                                }
+                            }
+                        }
                     }
                     Text {
                         id: lowerLine

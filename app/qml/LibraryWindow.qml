@@ -15,6 +15,11 @@ Window {
 
     onClosing: Model.selectedID = ""
 
+    // The application's own commands, where its window is in front.
+    Shortcut { sequence: "Ctrl+,"; onActivated: App.showSettings() }
+    Shortcut { sequence: "Ctrl+Shift+I"; onActivated: App.showImportPanel() }
+    Shortcut { sequence: "Ctrl+Q"; onActivated: App.quit() }
+
     Item {
         anchors.fill: parent
         focus: true

@@ -7,12 +7,17 @@ import Brindlemoor
 Window {
     id: panel
     title: "Brindlemoor"
-    flags: Qt.Popup | Qt.FramelessWindowHint
+    flags: Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint
     width: 300
     height: content.implicitHeight + 16
     color: Theme.surface
 
-    onActiveChanged: if (!active) TrayPanel.closePanel()
+    // Goes when the user turns to something else, once it had the focus.
+    property bool focused: false
+    onActiveChanged: {
+        if (active) focused = true
+        else if (focused) { focused = false; TrayPanel.closePanel() }
+    }
 
     Shortcut { sequence: "Ctrl+L"; onActivated: App.showLibrary() }
     Shortcut { sequence: "Ctrl+,"; onActivated: App.showSettings() }

@@ -61,11 +61,7 @@ QString SetupController::modelsDetail() const {
 }
 
 QStringList SetupController::keyCaps() const {
-  QStringList caps;
-  for (std::string_view cap : m_settings.captureKeys().caps()) {
-    caps.append(QString::fromUtf8(cap.data(), static_cast<int>(cap.size())));
-  }
-  return caps;
+  return m_settings.captureKeyCaps();
 }
 
 void SetupController::setHeld(HeldKeys held) {

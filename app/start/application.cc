@@ -7,6 +7,7 @@
 #include <QMessageBox>
 #include <QQmlComponent>
 #include <QQmlContext>
+#include <QScreen>
 #include <iostream>
 
 #include "app/design/theme.h"
@@ -49,11 +50,22 @@ Application::Application() {
 
 Application::~Application() {
   if (m_keys) m_keys->stop();
+  // The windows go before the engine whose components they are.
+  delete m_library;
+  delete m_setupWindow;
+  delete m_settingsWindow;
+  if (m_feedback) delete m_feedback->window();
+  m_tray.reset();
 }
 
 Application::Started Application::start(const QStringList& files) {
   if (!m_instance.claim()) {
-    return SingleInstance::handOver(files) ? Started::handedOver : Started::failed;
+    if (SingleInstance::handOver(files)) return Started::handedOver;
+    // The holder may have just ended and let go of the name.
+    if (!m_instance.claim()) {
+      std::cerr << "Brindlemoor is running but does not answer.\n";
+      return Started::failed;
+    }
   }
   Fonts::registerAll();
 
@@ -210,7 +222,19 @@ void Application::open(const QStringList& files) {
 }
 
 void Application::showLibrary() {
-  window(m_library, "LibraryWindow.qml");
+  const bool made = !m_library;
+  QQuickWindow* shown = window(m_library, "LibraryWindow.qml");
+  if (!made || !shown) return;
+  // Where the user left it, else in the middle of the screen.
+  if (const std::optional<QRect> frame = m_settings.libraryFrame()) {
+    shown->setGeometry(*frame);
+  } else if (const QScreen* screen = shown->screen()) {
+    const QRect area = screen->availableGeometry();
+    shown->setPosition(area.center() - QPoint(shown->width() / 2, shown->height() / 2));
+  }
+  connect(shown, &QWindow::visibleChanged, this, [this, shown](bool visible) {
+    if (!visible) m_settings.setLibraryFrame(shown->geometry());
+  });
 }
 
 void Application::showSettings() {

@@ -16,7 +16,7 @@ Tray::Tray(QQmlEngine& engine, const Theme& theme, QObject* parent)
   m_icon.setIcon(TrayMark::icon(theme.dark() ? theme.ink() : QColor(0x2B2A26)));
   m_icon.setToolTip(QStringLiteral("Brindlemoor"));
   m_menu.addAction(QStringLiteral("Keep this window"), this, &Tray::keepThisWindow);
-  m_menu.addAction(QStringLiteral("Import photos & videos…"), this, &Tray::importFiles);
+  m_menu.addAction(QStringLiteral("Import photos && videos…"), this, &Tray::importFiles);
   m_menu.addSeparator();
   m_menu.addAction(QStringLiteral("Open the library"), this, &Tray::openLibrary);
   m_menu.addAction(QStringLiteral("Settings"), this, &Tray::openSettings);
@@ -24,6 +24,7 @@ Tray::Tray(QQmlEngine& engine, const Theme& theme, QObject* parent)
   m_menu.addAction(QStringLiteral("Quit Brindlemoor"), this, &Tray::quit);
   m_icon.setContextMenu(&m_menu);
   connect(&m_icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason why) {
+    qWarning("tray activated %d", int(why));
     if (why == QSystemTrayIcon::Trigger) openPanel();
   });
 }

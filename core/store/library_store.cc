@@ -318,13 +318,17 @@ std::vector<std::string> LibraryStore::idsStartingWith(std::string_view prefix,
   return ids;
 }
 
-std::vector<Capture> LibraryStore::captures(std::int64_t limit, const LibraryFilter& filter) {
-  struct Condition {
-    std::string_view sql;
-    std::vector<Value> args;
-  };
-  const Condition condition = std::visit(
-      [](const auto& c) -> Condition {
+namespace {
+
+// The rows a filter lists, as a condition on the captures table `c`.
+struct FilterCondition {
+  std::string_view sql;
+  std::vector<Value> args;
+};
+
+FilterCondition filterCondition(const LibraryFilter& filter) {
+  return std::visit(
+      [](const auto& c) -> FilterCondition {
         using F = std::decay_t<decltype(c)>;
         if constexpr (std::is_same_v<F, LibraryFilter::Collection>) {
           return {"c.collection_id = ?", {c.id}};
@@ -345,7 +349,27 @@ std::vector<Capture> LibraryStore::captures(std::int64_t limit, const LibraryFil
         }
       },
       filter.value());
+}
+
+}  // namespace
+
+std::vector<Capture> LibraryStore::captures(std::int64_t limit, const LibraryFilter& filter) {
+  const FilterCondition condition = filterCondition(filter);
   return listing(condition.sql, condition.args, limit, "c.created_at DESC");
+}
+
+std::int64_t LibraryStore::count(const LibraryFilter& filter, std::int64_t limit) {
+  FilterCondition condition = filterCondition(filter);
+  condition.args.emplace_back(limit);
+  return firstCount(m_db.query("SELECT count(*) AS n FROM (SELECT 1 FROM captures c WHERE " +
+                                   std::string(condition.sql) + " LIMIT ?)",
+                               condition.args));
+}
+
+std::int64_t LibraryStore::unfinishedCount(std::int64_t limit) {
+  return firstCount(m_db.query(
+      "SELECT count(*) AS n FROM (SELECT 1 FROM captures WHERE stage != ? LIMIT ?)",
+      {CaptureStage(CaptureStage::organized).raw(), limit}));
 }
 
 std::vector<Capture> LibraryStore::captures(const std::vector<std::string>& ids) {

@@ -191,6 +191,11 @@ class LibraryStore {
   std::vector<std::pair<std::string, std::int64_t>> sourceCounts(std::int64_t limit);
   std::int64_t count();
   std::int64_t count(Date since);
+  // How many captures `filter` lists, counting no further than `limit`.
+  std::int64_t count(const LibraryFilter& filter, std::int64_t limit);
+  // How many captures are not yet organized, waiting for a retry or not,
+  // counting no further than `limit`.
+  std::int64_t unfinishedCount(std::int64_t limit);
 
   // --- Small writes ---
 

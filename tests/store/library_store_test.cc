@@ -217,8 +217,14 @@ TEST_F(LibraryStoreTest, ListingsByEveryFilterNewestFirstCountsOfScreenSourcesAn
       {F::since(dateFromSeconds(20)), {sampleID(3), sampleID(2)}},
       {F::media(CaptureMedia::photo), {sampleID(1)}},
   };
-  for (const auto& [filter, expected] : cases)
+  for (const auto& [filter, expected] : cases) {
     EXPECT_EQ(ids(m_store.captures(10, filter)), expected);
+    EXPECT_EQ(m_store.count(filter, 10), static_cast<std::int64_t>(expected.size()));
+  }
+  EXPECT_EQ(m_store.count(F::recent(), 2), 2) << "counted no further than the limit";
+  // The capture filed in c1 is organized.
+  EXPECT_EQ(m_store.unfinishedCount(10), 2);
+  EXPECT_EQ(m_store.unfinishedCount(1), 1);
   // An imported photo is no source of the screen.
   EXPECT_EQ(m_store.sourceCounts(30), (std::vector<std::pair<std::string, std::int64_t>>{
                                           {"Firefox", 1}, {"example.org", 1}}));

@@ -10,6 +10,7 @@
 #include "core/understanding/models.h"
 #include "tests/testing/imitation_ollama.h"
 #include "tests/testing/pictures.h"
+#include "tests/testing/sample_captures.h"
 #include "tests/testing/temp_dir.h"
 
 namespace brindlemoor {
@@ -53,7 +54,7 @@ class AppModelTest : public ::testing::Test {
   // Keeps a screen capture of `title`, `seconds` after the first.
   Capture keep(const std::string& title, double seconds, CaptureMedia media = CaptureMedia::screen) {
     Capture capture;
-    capture.id = newId();
+    capture.id = testing::sampleID(++m_kept);
     capture.createdAt = dateFromSeconds(1'700'000'000 + seconds);
     capture.app = "Notes";
     capture.windowTitle = title;
@@ -61,13 +62,6 @@ class AppModelTest : public ::testing::Test {
     const Bytes png = testing::encoded(testing::filled(8, 8, {200, 30, 30}), ".png");
     m_model.library().keep(capture, png, png);
     return capture;
-  }
-
-  static std::string newId() {
-    static int next = 0;
-    char id[37];
-    std::snprintf(id, sizeof id, "00000000-0000-4000-8000-%012d", ++next);
-    return id;
   }
 
   std::vector<std::string> shownTitles() const {
@@ -79,6 +73,7 @@ class AppModelTest : public ::testing::Test {
   testing::TempDir m_root;
   testing::ImitationOllama m_daemon;
   AppModel m_model;
+  std::uint64_t m_kept = 0;
 };
 
 TEST_F(AppModelTest, AnEmptyLibraryShowsNothingAndEveryChangeIsReadBack) {

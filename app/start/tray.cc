@@ -24,7 +24,6 @@ Tray::Tray(QQmlEngine& engine, const Theme& theme, QObject* parent)
   m_menu.addAction(QStringLiteral("Quit Brindlemoor"), this, &Tray::quit);
   m_icon.setContextMenu(&m_menu);
   connect(&m_icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason why) {
-    qWarning("tray activated %d", int(why));
     if (why == QSystemTrayIcon::Trigger) openPanel();
   });
 }

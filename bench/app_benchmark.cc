@@ -50,7 +50,11 @@ const std::filesystem::path& home() {
   static testing::TempDir made;
   static const bool filled = [] {
     LibraryStore store(made.path() / "data" / "Brindlemoor");
-    for (int n = 0; n < kCaptures; ++n) store.insert(testing::sampleCapture(n, 1'700'000'000.0 + n));
+    // Understood and filed long ago: the pipeline has nothing to do at start.
+    for (int n = 0; n < kCaptures; ++n) {
+      store.insert(testing::sampleCapture(n, 1'700'000'000.0 + n));
+      store.setCollection(testing::sampleID(n), std::nullopt);
+    }
     std::filesystem::create_directories(made.path() / "config" / "Brindlemoor");
     std::ofstream(made.path() / "config" / "Brindlemoor" / "Brindlemoor.conf")
         << "[General]\nsetupCompleted=true\n";

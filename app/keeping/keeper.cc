@@ -4,6 +4,7 @@
 #include <vips/vips8>
 
 #include <QFileInfo>
+#include <future>
 #include <QPointer>
 
 #include "app/feedback/capture_feedback.h"
@@ -113,14 +114,17 @@ void Keeper::keepFromScreen() {
 
 void Keeper::keepWindow(const WindowCapturer::Target& target) {
   const WindowCapturer::Picture picture = m_capturer->shoot(target);
-  const std::optional<Bytes> png = Thumbnailer::png(vipsPicture(picture));
-  if (!png) throw captureFailed("the picture can't be encoded");
-  const std::optional<Bytes> thumbnail = Thumbnailer::jpeg(*png, 720, 0.82);
-  if (!thumbnail) throw captureFailed("the picture can't be encoded");
+  const vips::VImage image = vipsPicture(picture);
+  // Both at once: the user waits for them.
+  std::future<std::optional<Bytes>> thumbnail =
+      std::async(std::launch::async, [&image] { return Thumbnailer::thumbnail(image); });
+  const std::optional<Bytes> png = Thumbnailer::png(image);
+  const std::optional<Bytes> small = thumbnail.get();
+  if (!png || !small) throw captureFailed("the picture can't be encoded");
   Capture capture = target.capture;
   capture.width = picture.width;
   capture.height = picture.height;
-  m_model.library().keep(capture, *png, *thumbnail);
+  m_model.library().keep(capture, *png, *small);
   const QRect frame = screenRect(target.entry.bounds());
   QMetaObject::invokeMethod(
       this,

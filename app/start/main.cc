@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QQuickWindow>
 
 #include "app/start/application.h"
 #include "core/media/ocr_thread_limit.h"
@@ -16,6 +17,10 @@ int main(int argc, char** argv) {
   // The accessibility bus is read on a thread of the capture's; a GLib main
   // loop on this thread would touch the same connection.
   qputenv("QT_NO_GLIB", "1");
+  // The windows are small and few: Qt Quick's software renderer draws them
+  // without loading a GL driver, which under a software GL alone holds
+  // some 60 MB and slows the start.
+  QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
   QApplication app(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Brindlemoor"));
   QApplication::setDesktopFileName(QStringLiteral("brindlemoor"));

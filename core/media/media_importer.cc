@@ -165,8 +165,7 @@ Imported photo(const std::filesystem::path& path, Date now) {
     // just made. Scaling the working picture down costs less than a tenth of
     // decoding the file again, which for a large JPEG is mostly entropy
     // decoding that no shrink on load avoids.
-    std::optional<Bytes> thumbnail = Thumbnailer::jpeg(
-        Pictures::fitted(working, Thumbnailer::kThumbnailPixels), Thumbnailer::kThumbnailQuality);
+    std::optional<Bytes> thumbnail = Thumbnailer::thumbnail(working);
     if (!image || !thumbnail) throw Failure::unreadable(name, "the picture can't be encoded");
     Capture capture = newCapture(path, now, CaptureMedia::photo, working);
     capture.takenAt = takenDate(source.header());

@@ -17,8 +17,13 @@ namespace brindlemoor::Thumbnailer {
 inline constexpr int kThumbnailPixels = 720;
 inline constexpr double kThumbnailQuality = 0.82;
 
-// The picture as a PNG, bands and depth as they are.
+// The picture as a PNG, bands and depth as they are. Made for speed: the
+// PNG of a window is made while the user waits.
 std::optional<Bytes> png(const vips::VImage& image);
+
+// The thumbnail of a decoded picture: kThumbnailPixels on its longest side,
+// never enlarged, at kThumbnailQuality.
+std::optional<Bytes> thumbnail(const vips::VImage& image);
 
 // The picture as a baseline JPEG in sRGB without metadata, transparency laid
 // on white. `quality` runs from 0 to 1 and maps onto libvips's 1 to 100.

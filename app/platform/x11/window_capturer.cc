@@ -1,6 +1,9 @@
 #include "app/platform/x11/window_capturer.h"
 
+#include <sys/ipc.h>
+#include <sys/shm.h>
 #include <xcb/composite.h>
+#include <xcb/shm.h>
 
 #include <algorithm>
 
@@ -19,6 +22,70 @@ XConnection connected() {
   } catch (const XConnection::Failure& failure) {
     throw WindowCapturer::Failure(Kind::noPermission, failure.what());
   }
+}
+
+using Picture = WindowCapturer::Picture;
+
+// Depth 24 and 32 both come as four bytes a pixel, blue first.
+void takeBgrx(const std::uint8_t* bgrx, Picture& picture) {
+  const std::size_t pixels =
+      static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height);
+  picture.rgb.resize(pixels * 3);
+  for (std::size_t i = 0; i < pixels; ++i) {
+    picture.rgb[i * 3] = bgrx[i * 4 + 2];
+    picture.rgb[i * 3 + 1] = bgrx[i * 4 + 1];
+    picture.rgb[i * 3 + 2] = bgrx[i * 4];
+  }
+}
+
+// The pixels through a shared memory segment (MIT-SHM): for a full screen
+// about a millisecond, where the socket takes several. False when the
+// server can't share memory with this process.
+bool bySharedMemory(const XConnection& x, xcb_pixmap_t pixmap, std::int16_t left,
+                    std::int16_t top, Picture& picture) {
+  const std::size_t bytes =
+      static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height) * 4;
+  const int id = shmget(IPC_PRIVATE, bytes, IPC_CREAT | 0600);
+  if (id < 0) return false;
+  void* memory = shmat(id, nullptr, SHM_RDONLY);
+  shmctl(id, IPC_RMID, nullptr);  // gone once both sides let go
+  if (memory == reinterpret_cast<void*>(-1)) return false;
+  const xcb_shm_seg_t segment = xcb_generate_id(x.get());
+  bool taken = false;
+  if (!xReply(xcb_request_check(x.get(), xcb_shm_attach_checked(x.get(), segment,
+                                                                static_cast<std::uint32_t>(id),
+                                                                1)))) {
+    const auto reply = xReply(xcb_shm_get_image_reply(
+        x.get(),
+        xcb_shm_get_image(x.get(), pixmap, left, top, static_cast<std::uint16_t>(picture.width),
+                          static_cast<std::uint16_t>(picture.height), ~0u,
+                          XCB_IMAGE_FORMAT_Z_PIXMAP, segment, 0),
+        nullptr));
+    if (reply && reply->size >= bytes) {
+      takeBgrx(static_cast<const std::uint8_t*>(memory), picture);
+      taken = true;
+    }
+    xcb_shm_detach(x.get(), segment);
+  }
+  shmdt(memory);
+  return taken;
+}
+
+bool overTheSocket(const XConnection& x, xcb_pixmap_t pixmap, std::int16_t left,
+                   std::int16_t top, Picture& picture) {
+  const auto image = xReply(xcb_get_image_reply(
+      x.get(),
+      xcb_get_image(x.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap, left, top,
+                    static_cast<std::uint16_t>(picture.width),
+                    static_cast<std::uint16_t>(picture.height), ~0u),
+      nullptr));
+  const std::size_t pixels =
+      static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height);
+  if (!image || static_cast<std::size_t>(xcb_get_image_data_length(image.get())) < pixels * 4) {
+    return false;
+  }
+  takeBgrx(xcb_get_image_data(image.get()), picture);
+  return true;
 }
 
 }  // namespace
@@ -91,26 +158,13 @@ WindowCapturer::Picture WindowCapturer::shoot(const Target& target) const {
   if (const auto error = xReply(xcb_request_check(m_x.get(), named))) {
     throw Failure(Kind::captureFailed, "The window's picture can't be had.");
   }
-  const auto image = xReply(xcb_get_image_reply(
-      m_x.get(),
-      xcb_get_image(m_x.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, pixmap,
-                    static_cast<std::int16_t>(offset->dst_x + shadow[0]),
-                    static_cast<std::int16_t>(offset->dst_y + shadow[2]),
-                    static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height), ~0u),
-      nullptr));
+  const auto x = static_cast<std::int16_t>(offset->dst_x + shadow[0]);
+  const auto y = static_cast<std::int16_t>(offset->dst_y + shadow[2]);
+  Picture picture{width, height, {}};
+  const bool shared = bySharedMemory(m_x, pixmap, x, y, picture);
+  const bool copied = shared || overTheSocket(m_x, pixmap, x, y, picture);
   xcb_free_pixmap(m_x.get(), pixmap);
-  const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-  if (!image || static_cast<std::size_t>(xcb_get_image_data_length(image.get())) < pixels * 4) {
-    throw Failure(Kind::captureFailed, "The window's picture can't be had.");
-  }
-  // Depth 24 and 32 both come as four bytes a pixel, blue first.
-  const std::uint8_t* bgrx = xcb_get_image_data(image.get());
-  Picture picture{width, height, std::vector<std::uint8_t>(pixels * 3)};
-  for (std::size_t i = 0; i < pixels; ++i) {
-    picture.rgb[i * 3] = bgrx[i * 4 + 2];
-    picture.rgb[i * 3 + 1] = bgrx[i * 4 + 1];
-    picture.rgb[i * 3 + 2] = bgrx[i * 4];
-  }
+  if (!copied) throw Failure(Kind::captureFailed, "The window's picture can't be had.");
   return picture;
 }
 

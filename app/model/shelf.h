@@ -15,27 +15,14 @@ namespace brindlemoor {
 
 class Shelf {
  public:
-  struct Collection {
-    std::string id;
-    bool operator==(const Collection&) const = default;
-  };
-  struct Kind {
-    CaptureKind kind;
-    bool operator==(const Kind&) const = default;
-  };
-  struct Source {
-    std::string name;
-    bool operator==(const Source&) const = default;
-  };
-  struct Recent {
-    bool operator==(const Recent&) const = default;
-  };
-  struct Favorites {
-    bool operator==(const Favorites&) const = default;
-  };
-  struct Unsorted {
-    bool operator==(const Unsorted&) const = default;
-  };
+  // The listings a shelf can be: those of the filter but the date and the
+  // media, which the shelf's own menus choose.
+  using Collection = LibraryFilter::Collection;
+  using Kind = LibraryFilter::Kind;
+  using Source = LibraryFilter::Source;
+  using Recent = LibraryFilter::Recent;
+  using Favorites = LibraryFilter::Favorites;
+  using Unsorted = LibraryFilter::Unsorted;
   using Case = std::variant<Collection, Kind, Source, Recent, Favorites, Unsorted>;
 
   Shelf(Case value = Recent{}) : m_case(std::move(value)) {}  // NOLINT: a shelf is its case

@@ -206,7 +206,7 @@ Window {
     Component {
         id: recording
         Item {
-            implicitWidth: 300
+            implicitWidth: Math.max(300, recordingRow.implicitWidth + 16)
             implicitHeight: 40
             property real since: Feedback.recordingSince
             property real elapsed: 0
@@ -215,6 +215,7 @@ Window {
                 onTriggered: parent.elapsed = (Date.now() - parent.since) / 1000
             }
             Row {
+                id: recordingRow
                 anchors.verticalCenter: parent.verticalCenter
                 x: 8
                 spacing: 12

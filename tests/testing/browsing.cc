@@ -62,9 +62,11 @@ Browser::Browser(Kind kind, const std::string& address, int width, int height) {
                 {"--no-remote", "--new-instance", "--profile", m_profile.path().string(), "-width",
                  std::to_string(width), "-height", std::to_string(height)});
   } else {
-    // As root Chromium runs only without its sandbox.
+    // As root Chromium runs only without its sandbox; --test-type keeps away
+    // the bar that warns of it, which pushes the page down once it shows.
     args.insert(args.end(),
-                {"--no-sandbox", "--user-data-dir=" + m_profile.path().string(), "--no-first-run",
+                {"--no-sandbox", "--test-type", "--user-data-dir=" + m_profile.path().string(),
+                 "--no-first-run",
                  "--no-default-browser-check", "--disable-gpu",
                  "--autoplay-policy=no-user-gesture-required", "--window-position=0,0",
                  "--window-size=" + std::to_string(width) + "," + std::to_string(height)});

@@ -253,17 +253,13 @@ void Application::showSetup() {
 
 void Application::showImportPanel() {
   if (m_tray) m_tray->closePanel();
-  QQmlComponent component(m_engine.get(),
-                          QUrl(QStringLiteral("qrc:/qt/qml/Brindlemoor/ImportPanel.qml")));
-  QObject* dialog = component.create();
-  if (!dialog) {
-    qWarning("%s", qPrintable(component.errorString()));
-    return;
+  QPointer<QQuickWindow> panel;
+  if (QQuickWindow* shown = window(panel, "ImportPanel.qml")) {
+    // Made afresh each time, and gone once answered either way.
+    connect(shown, &QWindow::visibleChanged, shown, [shown](bool visible) {
+      if (!visible) shown->deleteLater();
+    });
   }
-  // Gone once answered, either way.
-  connect(dialog, SIGNAL(accepted()), dialog, SLOT(deleteLater()));
-  connect(dialog, SIGNAL(rejected()), dialog, SLOT(deleteLater()));
-  QMetaObject::invokeMethod(dialog, "open");
 }
 
 void Application::openCapture(const QString& captureID) {

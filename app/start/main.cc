@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QIcon>
 #include <QQuickWindow>
 
 #include "app/start/application.h"
@@ -25,6 +26,7 @@ int main(int argc, char** argv) {
   QApplication::setApplicationName(QStringLiteral("Brindlemoor"));
   QApplication::setDesktopFileName(QStringLiteral("brindlemoor"));
   QApplication::setQuitOnLastWindowClosed(false);
+  QApplication::setWindowIcon(QIcon(QStringLiteral(":/qt/qml/Brindlemoor/resources/icons/brindlemoor.svg")));
 
   QStringList files;
   for (const QString& argument : QApplication::arguments().mid(1)) {

@@ -61,10 +61,10 @@ void SoundPlayer::play(std::string wav, float volume) {
     std::optional<Pcm> pcm = decode(wav);
     if (!pcm) return;
     for (std::int16_t& sample : pcm->samples) sample = static_cast<std::int16_t>(sample * volume);
-    const pa_sample_spec spec{PA_SAMPLE_S16LE, pcm->rate, pcm->channels};
+    const pa_sample_spec format{PA_SAMPLE_S16LE, pcm->rate, pcm->channels};
     int error = 0;
     pa_simple* stream = pa_simple_new(nullptr, "Brindlemoor", PA_STREAM_PLAYBACK, nullptr,
-                                      "feedback", &spec, nullptr, nullptr, &error);
+                                      "feedback", &format, nullptr, nullptr, &error);
     if (!stream) return;
     if (pa_simple_write(stream, pcm->samples.data(), pcm->samples.size() * 2, &error) == 0) {
       pa_simple_drain(stream, &error);

@@ -56,7 +56,7 @@ SettingsController::SettingsController(UserSettings& settings, const OllamaClien
     m_copied.clear();
     Q_EMIT changed();
   });
-  setVisionChoices({});
+  offerVisionChoices();
 }
 
 std::vector<std::string> SettingsController::visionChoices(
@@ -77,10 +77,10 @@ std::vector<std::string> SettingsController::visionChoices(
   return {sorted.begin(), sorted.end()};
 }
 
-void SettingsController::setVisionChoices(const std::vector<std::string>& installed) {
+void SettingsController::offerVisionChoices() {
   m_visionChoices.clear();
   for (const std::string& name :
-       visionChoices(installed, Settings::defaultVisionModel(), visionModel().toStdString())) {
+       visionChoices(m_installed, Settings::defaultVisionModel(), visionModel().toStdString())) {
     m_visionChoices.append(QString::fromStdString(name));
   }
   Q_EMIT changed();
@@ -98,7 +98,8 @@ void SettingsController::refresh() {
         this,
         [this, installed, size] {
           m_librarySize = QLocale().formattedDataSize(size, 1, QLocale::DataSizeSIFormat);
-          setVisionChoices(installed);
+          m_installed = installed;
+          offerVisionChoices();
         },
         Qt::QueuedConnection);
   });
@@ -140,8 +141,7 @@ void SettingsController::pickVisionModel(const QString& name) {
   if (name.isEmpty() || name == visionModel()) return;
   m_settings.setVisionModel(name);
   if (m_onVisionModel) m_onVisionModel(name);
-  setVisionChoices({});
-  refresh();
+  offerVisionChoices();
 }
 
 QString SettingsController::embeddingModel() const {

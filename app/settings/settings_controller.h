@@ -77,7 +77,8 @@ class SettingsController : public QObject {
   void changed();
 
  private:
-  void setVisionChoices(const std::vector<std::string>& installed);
+  // The menu over the models last read as installed and the current choice.
+  void offerVisionChoices();
 
   UserSettings& m_settings;
   const OllamaClient m_client;
@@ -86,6 +87,7 @@ class SettingsController : public QObject {
   const std::filesystem::path m_executable;
   const std::function<void()> m_onKeys;
   const std::function<void(const QString&)> m_onVisionModel;
+  std::vector<std::string> m_installed;  // none until read, or with Ollama down
   QStringList m_visionChoices;
   QString m_librarySize;
   QString m_loginError;

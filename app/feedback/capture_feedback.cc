@@ -11,7 +11,6 @@
 
 #include "app/design/theme.h"
 #include "app/model/app_model.h"
-#include "app/model/user_settings.h"
 
 namespace brindlemoor {
 
@@ -26,8 +25,8 @@ int milliseconds(double seconds) {
 
 }  // namespace
 
-CaptureFeedback::CaptureFeedback(AppModel& model, const UserSettings& settings, QObject* parent)
-    : QObject(parent), m_model(model), m_settings(settings) {
+CaptureFeedback::CaptureFeedback(AppModel& model, QObject* parent)
+    : QObject(parent), m_model(model) {
   m_dismissal.setSingleShot(true);
   connect(&m_dismissal, &QTimer::timeout, this, &CaptureFeedback::dismissalDue);
   m_leaving.setSingleShot(true);
@@ -239,10 +238,6 @@ void CaptureFeedback::setHovering(bool hovering) {
   if (hovering == m_hovering) return;
   m_hovering = hovering;
   Q_EMIT changed();
-}
-
-QStringList CaptureFeedback::keyCaps() const {
-  return m_settings.captureKeyCaps();
 }
 
 void CaptureFeedback::setEditingNote(bool editing) {

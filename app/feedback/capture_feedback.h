@@ -16,7 +16,6 @@
 #include <QPointer>
 #include <QQuickWindow>
 #include <QRect>
-#include <QStringList>
 #include <QTimer>
 #include <functional>
 #include <memory>
@@ -32,8 +31,6 @@ class QQmlEngine;
 namespace brindlemoor {
 
 class AppModel;
-class UserSettings;
-
 class CaptureFeedback : public QObject {
   Q_OBJECT
   Q_PROPERTY(QString mode READ mode NOTIFY changed)
@@ -51,12 +48,11 @@ class CaptureFeedback : public QObject {
   Q_PROPERTY(bool editingNote READ editingNote NOTIFY changed)
   Q_PROPERTY(bool noteSaved READ noteSaved NOTIFY changed)
   Q_PROPERTY(double recordingSince READ recordingSince NOTIFY changed)
-  Q_PROPERTY(QStringList keyCaps READ keyCaps NOTIFY changed)
 
  public:
   enum class Mode { kept, recording, problem, itself };
 
-  CaptureFeedback(AppModel& model, const UserSettings& settings, QObject* parent = nullptr);
+  explicit CaptureFeedback(AppModel& model, QObject* parent = nullptr);
   ~CaptureFeedback() override;
 
   // Makes the island's window from Island.qml; before this, answers are
@@ -97,7 +93,6 @@ class CaptureFeedback : public QObject {
   bool editingNote() const { return m_editingNote; }
   bool noteSaved() const { return m_noteSaved; }
   double recordingSince() const { return m_recordingSince; }
-  QStringList keyCaps() const;
 
   // Opens the note line, and only now lets the island take the focus.
   Q_INVOKABLE void focusNote();
@@ -124,7 +119,6 @@ class CaptureFeedback : public QObject {
   void play(const char* sound);
 
   AppModel& m_model;
-  const UserSettings& m_settings;
   QPointer<QQuickWindow> m_window;
   std::unique_ptr<Shutter> m_shutter;
   SoundPlayer m_sounds;

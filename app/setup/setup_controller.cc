@@ -39,6 +39,13 @@ void SetupController::check(std::function<void()> done) {
   });
 }
 
+void SetupController::checkAccessibility(std::function<void(bool)> done) {
+  m_queue.post([this, done = std::move(done)] {
+    const bool on = m_accessibilityCheck();
+    QMetaObject::invokeMethod(this, [done, on] { done(on); }, Qt::QueuedConnection);
+  });
+}
+
 void SetupController::setRefreshing(bool on) {
   if (on) {
     m_refresh.start();
@@ -58,10 +65,6 @@ QString SetupController::ollamaAction() const {
 QString SetupController::modelsDetail() const {
   return QString::fromStdString(
       m_state.modelsDetail(m_settings.visionModel().toStdString(), m_pulling, m_progress));
-}
-
-QStringList SetupController::keyCaps() const {
-  return m_settings.captureKeyCaps();
 }
 
 void SetupController::setHeld(HeldKeys held) {

@@ -7,7 +7,6 @@
 #pragma once
 
 #include <QObject>
-#include <QStringList>
 #include <QTimer>
 #include <functional>
 #include <optional>
@@ -38,7 +37,6 @@ class SetupController : public QObject {
   Q_PROPERTY(bool triedKeys READ triedKeys NOTIFY changed)
   Q_PROPERTY(bool heldLeft READ heldLeft NOTIFY heldChanged)
   Q_PROPERTY(bool heldRight READ heldRight NOTIFY heldChanged)
-  Q_PROPERTY(QStringList keyCaps READ keyCaps NOTIFY changed)
   Q_PROPERTY(bool allDone READ allDone NOTIFY changed)
 
  public:
@@ -54,6 +52,8 @@ class SetupController : public QObject {
   const SetupState& state() const { return m_state; }
   // Measures everything again; `done` runs on the GUI thread with the state.
   void check(std::function<void()> done = {});
+  // Measures accessibility alone; `done` runs on the GUI thread with it.
+  void checkAccessibility(std::function<void(bool)> done);
   // Measures again every few seconds while `on`.
   void setRefreshing(bool on);
 
@@ -74,7 +74,6 @@ class SetupController : public QObject {
   bool triedKeys() const { return m_triedKeys; }
   bool heldLeft() const { return m_held.left; }
   bool heldRight() const { return m_held.right; }
-  QStringList keyCaps() const;
   bool allDone() const { return m_state.complete(); }
 
   void setHeld(HeldKeys held);

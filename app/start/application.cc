@@ -84,7 +84,7 @@ Application::Started Application::start(const QStringList& files) {
     return Started::failed;
   }
 
-  m_feedback = std::make_unique<CaptureFeedback>(*m_model, m_settings);
+  m_feedback = std::make_unique<CaptureFeedback>(*m_model);
   m_keeper = std::make_unique<Keeper>(
       *m_model, *m_feedback, [this] { return libraryInFront(); }, [this] { showSetup(); });
   m_setup = std::make_unique<SetupController>(
@@ -153,7 +153,7 @@ Application::Started Application::start(const QStringList& files) {
     showLibrary();
   }
 
-  watchAccessibility();
+  watchAccessibility(false);
   checkSetup(true);
   if (!files.isEmpty()) open(files);
   return Started::running;
@@ -162,22 +162,21 @@ Application::Started Application::start(const QStringList& files) {
 void Application::checkSetup(bool showWhenMissing) {
   m_setup->check([this, showWhenMissing] {
     if (showWhenMissing && (!m_setup->state().complete() || !m_settings.setupCompleted())) {
-      showSetup();
+      openSetup();
     }
   });
 }
 
-void Application::watchAccessibility() {
+void Application::watchAccessibility(bool waited) {
   // The keys need no grant on X11; accessibility only lets pages be read.
-  m_accessibilityPoll.setInterval(kAccessibilityPollMilliseconds);
-  connect(&m_accessibilityPoll, &QTimer::timeout, this, [this] {
-    if (m_setup->state().accessibility) {
-      m_accessibilityPoll.stop();
-      return;
+  // Only the switch is looked at until it is on; then setup's state anew.
+  m_setup->checkAccessibility([this, waited](bool on) {
+    if (!on) {
+      QTimer::singleShot(kAccessibilityPollMilliseconds, this, [this] { watchAccessibility(true); });
+    } else if (waited) {
+      checkSetup(false);
     }
-    checkSetup(false);
   });
-  m_accessibilityPoll.start();
 }
 
 bool Application::libraryInFront() const {
@@ -243,11 +242,15 @@ void Application::showSettings() {
 }
 
 void Application::showSetup() {
+  openSetup();
+  m_setup->check();
+}
+
+void Application::openSetup() {
   if (QQuickWindow* shown = window(m_setupWindow, "SetupWindow.qml")) {
     m_setup->setRefreshing(true);
     connect(shown, &QWindow::visibleChanged, m_setup.get(), &SetupController::setRefreshing,
             Qt::UniqueConnection);
-    m_setup->check();
   }
 }
 

@@ -38,7 +38,7 @@ class Application : public QObject {
  public:
   // How often the pipeline is woken, in case a retry has fallen due.
   static constexpr int kWorkMilliseconds = 60'000;
-  // How often accessibility is looked at until it is on.
+  // How often accessibility's switch is looked at until it is on.
   static constexpr int kAccessibilityPollMilliseconds = 1'500;
 
   Application();
@@ -53,7 +53,7 @@ class Application : public QObject {
 
   bool setupIncomplete() const { return !m_setup->state().complete(); }
   QString setupHeadline() const { return m_setup->headline(); }
-  QStringList keyCaps() const { return m_feedback->keyCaps(); }
+  QStringList keyCaps() const { return m_settings.captureKeyCaps(); }
 
   Q_INVOKABLE void captureNow();
   // Runs captureNow once the menu that asked has gone.
@@ -74,8 +74,12 @@ class Application : public QObject {
  private:
   QQuickWindow* window(QPointer<QQuickWindow>& slot, const char* file);
   void open(const QStringList& files);
-  void watchAccessibility();
+  // Looks at accessibility's switch until it is on, and then checks setup
+  // again, unless it was on at the first look.
+  void watchAccessibility(bool waited);
   void checkSetup(bool showWhenMissing);
+  // Shows the setup window, measured again while it is open.
+  void openSetup();
   bool libraryInFront() const;
 
   UserSettings m_settings;
@@ -93,7 +97,6 @@ class Application : public QObject {
   QPointer<QQuickWindow> m_setupWindow;
   QPointer<QQuickWindow> m_settingsWindow;
   QTimer m_work;
-  QTimer m_accessibilityPoll;
 };
 
 }  // namespace brindlemoor
